@@ -1,0 +1,26 @@
+// Binding-internal: what a DDSDomainParticipant holds. Each concern keeps its state in its
+// own part, defined next to the code that manages it.
+#ifndef QOR_DDS_SRC_PARTICIPANT_IMPL_H
+#define QOR_DDS_SRC_PARTICIPANT_IMPL_H
+
+#include <mutex>
+
+#include <fastdds/dds/domain/DomainParticipant.hpp>
+
+#include "dds/domain.h"
+#include "dds/src/default_qos.h"
+#include "dds/src/entity_registry.h"
+#include "dds/src/type_registry.h"
+
+class DDSDomainParticipant::Impl {
+  public:
+    eprosima::fastdds::dds::DomainParticipant* fast = nullptr;
+    DDS_DomainId_t domain_id = 0;
+    DDS_DomainParticipantQos qos;  // as given to create_participant
+    qordds::DefaultQos defaults;
+    qordds::TypeRegistry types;
+    qordds::EntityRegistry entities;
+    std::recursive_mutex mutex;
+};
+
+#endif
