@@ -76,6 +76,10 @@ class KestPingAgent : public KestAgent {
     float deadline;
     bool useKeys;
     int numKeys;
+
+    // The destructor's closing pause, so that peers see the endpoints leave before the
+    // participant goes; tests that never create entities shorten it.
+    DDS_Duration_t teardownPause;
 };
 
 #endif
