@@ -41,3 +41,37 @@ KestKeyedPingDataDataWriter* KestKeyedPingDataDataWriter::narrow(DDSDataWriter*)
 KestKeyedPingDataDataReader* KestKeyedPingDataDataReader::narrow(DDSDataReader*) {
     return nullptr;
 }
+
+// Placeholder forwarding, so that the tool links until the typed layer lands.
+DDS_ReturnCode_t KestPingDataDataWriter::write(const KestPingData&, const DDS_InstanceHandle_t&) {
+    return DDS_RETCODE_UNSUPPORTED;
+}
+DDS_ReturnCode_t KestPingDataDataReader::take(KestPingDataSeq&, DDS_SampleInfoSeq&, int32_t,
+                                              DDS_SampleStateMask, DDS_ViewStateMask,
+                                              DDS_InstanceStateMask) {
+    return DDS_RETCODE_UNSUPPORTED;
+}
+DDS_ReturnCode_t KestPingDataDataReader::return_loan(KestPingDataSeq&, DDS_SampleInfoSeq&) {
+    return DDS_RETCODE_UNSUPPORTED;
+}
+DDS_ReturnCode_t KestKeyedPingDataDataWriter::write(const KestKeyedPingData&,
+                                                    const DDS_InstanceHandle_t&) {
+    return DDS_RETCODE_UNSUPPORTED;
+}
+DDS_ReturnCode_t KestKeyedPingDataDataWriter::dispose(const KestKeyedPingData&,
+                                                      const DDS_InstanceHandle_t&) {
+    return DDS_RETCODE_UNSUPPORTED;
+}
+DDS_ReturnCode_t KestKeyedPingDataDataWriter::unregister_instance(const KestKeyedPingData&,
+                                                                  const DDS_InstanceHandle_t&) {
+    return DDS_RETCODE_UNSUPPORTED;
+}
+DDS_ReturnCode_t KestKeyedPingDataDataReader::take(KestKeyedPingDataSeq&, DDS_SampleInfoSeq&,
+                                                   int32_t, DDS_SampleStateMask, DDS_ViewStateMask,
+                                                   DDS_InstanceStateMask) {
+    return DDS_RETCODE_UNSUPPORTED;
+}
+DDS_ReturnCode_t KestKeyedPingDataDataReader::return_loan(KestKeyedPingDataSeq&,
+                                                          DDS_SampleInfoSeq&) {
+    return DDS_RETCODE_UNSUPPORTED;
+}
