@@ -1,21 +1,60 @@
+#include <algorithm>
+#include <cstring>
 #include <mutex>
+#include <vector>
+
+#include <fastdds/dds/domain/DomainParticipantFactory.hpp>
 
 #include "dds/domain.h"
+#include "dds/logger.h"
+#include "dds/src/fast_environment.h"
+#include "dds/src/log.h"
 #include "dds/src/participant_impl.h"
+#include "dds/src/participant_qos_translation.h"
 
-// Placeholder until participant creation lands: every operation but the singleton fails.
+namespace fd = eprosima::fastdds::dds;
+using ReturnCode = eprosima::fastrtps::types::ReturnCode_t;
+namespace fr = eprosima::fastrtps::rtps;
 
 class DDSDomainParticipantFactory::Impl {
   public:
+    std::mutex mutex;
     DDS_DomainParticipantFactoryQos qos;
+    std::vector<DDSDomainParticipant*> participants;
+
+    bool owns(DDSDomainParticipant* participant) const {
+        return std::find(participants.begin(), participants.end(), participant) !=
+               participants.end();
+    }
 };
 
 namespace {
+
+const char* const create_context = "DDSDomainParticipantFactory::create_participant";
+
 std::mutex instance_mutex;
 DDSDomainParticipantFactory* instance = nullptr;
+
+// The prefix a participant's GUID has once it is enabled.
+fr::GuidPrefix_t effective_prefix(const fd::DomainParticipant& fast) {
+    const fr::GuidPrefix_t& asked = fast.get_qos().wire_protocol().prefix;
+    return asked != fr::c_GuidPrefix_Unknown ? asked : fast.guid().guidPrefix;
+}
+
+// Fast DDS participants are always created disabled: the binding enables them itself once
+// their transports are settled.
+bool disable_fast_autoenable() {
+    fd::DomainParticipantFactory* fast = fd::DomainParticipantFactory::get_instance();
+    fd::DomainParticipantFactoryQos qos;
+    fast->get_qos(qos);
+    qos.entity_factory().autoenable_created_entities = false;
+    return fast->set_qos(qos) == ReturnCode::RETCODE_OK;
+}
+
 }  // namespace
 
 DDSDomainParticipantFactory::DDSDomainParticipantFactory() : impl_(new Impl) {}
+
 DDSDomainParticipantFactory::~DDSDomainParticipantFactory() {
     delete impl_;
 }
@@ -23,6 +62,10 @@ DDSDomainParticipantFactory::~DDSDomainParticipantFactory() {
 DDSDomainParticipantFactory* DDSDomainParticipantFactory::get_instance() {
     std::lock_guard<std::mutex> lock(instance_mutex);
     if (instance == nullptr) {
+        // The logger first, so that Fast DDS's own console output is replaced before any
+        // Fast DDS entity exists, then the environment, before Fast DDS reads it.
+        DDSLogger::get_instance();
+        qordds::neutralise_fast_dds_environment();
         instance = new DDSDomainParticipantFactory;
     }
     return instance;
@@ -30,18 +73,32 @@ DDSDomainParticipantFactory* DDSDomainParticipantFactory::get_instance() {
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::finalize_instance() {
     std::lock_guard<std::mutex> lock(instance_mutex);
+    if (instance == nullptr) {
+        return DDS_RETCODE_OK;
+    }
+    {
+        std::lock_guard<std::mutex> factory_lock(instance->impl_->mutex);
+        if (!instance->impl_->participants.empty()) {
+            qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::finalize_instance",
+                        "%zu participants still exist", instance->impl_->participants.size());
+            return DDS_RETCODE_PRECONDITION_NOT_MET;
+        }
+    }
     delete instance;
     instance = nullptr;
     return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos(DDS_DomainParticipantFactoryQos& qos) {
+    std::lock_guard<std::mutex> lock(impl_->mutex);
     qos = impl_->qos;
     return DDS_RETCODE_OK;
 }
 
-DDS_ReturnCode_t DDSDomainParticipantFactory::set_qos(const DDS_DomainParticipantFactoryQos&) {
-    return DDS_RETCODE_UNSUPPORTED;
+DDS_ReturnCode_t DDSDomainParticipantFactory::set_qos(const DDS_DomainParticipantFactoryQos& qos) {
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    impl_->qos = qos;
+    return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos_profile_libraries(DDS_StringSeq&) {
@@ -58,11 +115,104 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::get_participant_qos_from_profile(
 }
 
 DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(
-    DDS_DomainId_t, const DDS_DomainParticipantQos&, DDSDomainParticipantListener*,
+    DDS_DomainId_t domain_id, const DDS_DomainParticipantQos& qos, DDSDomainParticipantListener*,
     DDS_StatusMask) {
-    return nullptr;
+    fd::DomainParticipantQos fast_qos;
+    if (!qordds::translate_participant_qos(qos, domain_id, fast_qos)) {
+        return nullptr;
+    }
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    fd::DomainParticipantFactory* fast_factory = fd::DomainParticipantFactory::get_instance();
+    fd::DomainParticipant* fast = nullptr;
+    try {
+        if (!disable_fast_autoenable()) {
+            qordds::log(qordds::LogKind::Error, create_context,
+                        "Fast DDS refused to create participants disabled");
+            return nullptr;
+        }
+        fast = fast_factory->create_participant(domain_id, fast_qos);
+    } catch (const std::exception& error) {
+        qordds::log(qordds::LogKind::Error, create_context, "Fast DDS failed: %s", error.what());
+    }
+    if (fast == nullptr) {
+        qordds::log(qordds::LogKind::Error, create_context,
+                    "Fast DDS could not create a participant in domain %d", domain_id);
+        return nullptr;
+    }
+
+    if (qos.wire_protocol.rtps_app_id != DDS_RTPS_AUTO_ID) {
+        fr::GuidPrefix_t prefix = fast->guid().guidPrefix;
+        qordds::put_app_id(qos.wire_protocol.rtps_app_id, prefix.value);
+        for (DDSDomainParticipant* other : impl_->participants) {
+            if (effective_prefix(*other->impl()->fast) == prefix) {
+                qordds::log(qordds::LogKind::Error, create_context,
+                            "application id 0x%08x is used by another participant of this "
+                            "process",
+                            qos.wire_protocol.rtps_app_id);
+                fast_factory->delete_participant(fast);
+                return nullptr;
+            }
+        }
+        fast_qos = fast->get_qos();
+        fast_qos.wire_protocol().prefix = prefix;
+        if (fast->set_qos(fast_qos) != ReturnCode::RETCODE_OK) {
+            qordds::log(qordds::LogKind::Error, create_context,
+                        "Fast DDS refused the GUID prefix of application id 0x%08x",
+                        qos.wire_protocol.rtps_app_id);
+            fast_factory->delete_participant(fast);
+            return nullptr;
+        }
+    }
+
+    auto* impl = new DDSDomainParticipant::Impl;
+    impl->fast = fast;
+    impl->domain_id = domain_id;
+    impl->qos = qos;
+    impl->transports = qordds::initial_transports(qos);
+    auto* participant = new DDSDomainParticipant(impl);
+    impl_->participants.push_back(participant);
+
+    if (impl_->qos.entity_factory.autoenable_created_entities &&
+        participant->enable() != DDS_RETCODE_OK) {
+        impl_->participants.pop_back();
+        fast_factory->delete_participant(fast);
+        delete participant;
+        return nullptr;
+    }
+    return participant;
 }
 
-DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(DDSDomainParticipant*) {
-    return DDS_RETCODE_UNSUPPORTED;
+DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(
+    DDSDomainParticipant* participant) {
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    if (participant == nullptr || !impl_->owns(participant)) {
+        qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::delete_participant",
+                    "not a participant of this factory");
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    // Fast DDS refuses while the participant still holds topics, publishers or subscribers,
+    // which is exactly when ours must refuse too.
+    ReturnCode rc = ReturnCode::RETCODE_ERROR;
+    try {
+        rc = fd::DomainParticipantFactory::get_instance()->delete_participant(
+            participant->impl()->fast);
+    } catch (const std::exception& error) {
+        qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::delete_participant",
+                    "Fast DDS failed: %s", error.what());
+    }
+    if (rc == ReturnCode::RETCODE_PRECONDITION_NOT_MET) {
+        qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::delete_participant",
+                    "the participant still contains entities");
+        return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    if (rc != ReturnCode::RETCODE_OK) {
+        qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::delete_participant",
+                    "Fast DDS could not delete the participant (code %d)", rc());
+        return DDS_RETCODE_ERROR;
+    }
+    participant->impl()->fast = nullptr;
+    impl_->participants.erase(
+        std::find(impl_->participants.begin(), impl_->participants.end(), participant));
+    delete participant;
+    return DDS_RETCODE_OK;
 }

@@ -8,6 +8,7 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
 #include "dds/domain.h"
+#include "dds/src/builtin_transports.h"
 #include "dds/src/default_qos.h"
 #include "dds/src/entity_registry.h"
 #include "dds/src/type_registry.h"
@@ -18,6 +19,7 @@ class DDSDomainParticipant::Impl {
     DDS_DomainId_t domain_id = 0;
     DDS_DomainParticipantQos qos;  // as given to create_participant
     qordds::DefaultQos defaults;
+    qordds::BuiltinTransports transports;  // made into Fast DDS transports by enable()
     qordds::TypeRegistry types;
     qordds::EntityRegistry entities;
     std::recursive_mutex mutex;
