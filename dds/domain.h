@@ -85,8 +85,9 @@ class DDSDomainParticipant {
     // Type registration, for type supports.
     bool is_type_registered(const char* type_name);
     // Registers the plugin under `type_name`. When `keep_type_support` is true the participant
-    // takes ownership of plugin.type_support. Registering the same plugin again under one name
-    // is accepted; a different plugin under a used name is DDS_RETCODE_PRECONDITION_NOT_MET.
+    // takes ownership of plugin.type_support (on success only; on failure it stays the
+    // caller's). Registering the same plugin again under one name is accepted; a different
+    // plugin under a used name is DDS_RETCODE_PRECONDITION_NOT_MET.
     DDS_ReturnCode_t register_type(const char* type_name, const DDSTypePlugin& plugin,
                                    bool keep_type_support);
     DDS_ReturnCode_t unregister_type(const char* type_name);

@@ -78,4 +78,13 @@ class DDSTypeSupport {
     virtual ~DDSTypeSupport() {}
 };
 
+// True when the plugin belongs to the type named `type_name` (the type's own name, whatever
+// name it was registered under); how typed narrowing tells endpoints apart.
+bool DDS_TypePlugin_is_type(const DDSTypePlugin* plugin, const char* type_name);
+
+// Logs an error of a type plugin, type support or typed endpoint through the middleware
+// logger; `context` names the operation.
+void DDS_TypePlugin_log_error(const char* context, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+
 #endif
