@@ -17,10 +17,12 @@ enum : int {
 
 class DDSLogger {
   public:
-    // The process-wide logger, created (and hooked into Fast DDS's log) on first use.
+    // The process-wide logger. The first call replaces Fast DDS's own console output with
+    // ours, so it must come before any Fast DDS entity exists.
     static DDSLogger* get_instance();
 
-    // Writes out whatever is pending and unhooks from Fast DDS's log. Safe to call twice.
+    // Writes out whatever Fast DDS has queued and stops its logging thread. Entries raised
+    // afterwards still come out (the thread restarts). Safe to call twice and before exit.
     static void finalize();
 
     void set_verbosity(int mask);

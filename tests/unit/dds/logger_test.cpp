@@ -1,0 +1,191 @@
+// The logger: Fast DDS's entries and the binding's own come out as whole, uncoloured lines on
+// standard output, filtered by the verbosity mask and laid out by the print format.
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <fastdds/dds/log/Log.hpp>
+
+#include <cstdio>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "dds/logger.h"
+#include "dds/src/log.h"
+
+namespace {
+
+namespace fd = eprosima::fastdds::dds;
+
+std::string captureStdout(const std::function<void()>& action) {
+    std::fflush(stdout);
+    std::FILE* capture = std::tmpfile();
+    int saved = dup(STDOUT_FILENO);
+    dup2(fileno(capture), STDOUT_FILENO);
+    action();
+    std::fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    std::string text;
+    std::rewind(capture);
+    char buffer[4096];
+    size_t count;
+    while ((count = std::fread(buffer, 1, sizeof buffer, capture)) > 0) {
+        text.append(buffer, count);
+    }
+    std::fclose(capture);
+    return text;
+}
+
+// A Fast DDS entry as its macros raise it, written out before returning.
+void fastEntry(fd::Log::Kind kind, const std::string& message) {
+    fd::Log::QueueLog(message, fd::Log::Context{"src/Transport.cpp", 42, "open", "RTPS_SHM"}, kind);
+    fd::Log::Flush();
+}
+
+class Logger : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        logger = DDSLogger::get_instance();
+        logger->set_verbosity(0x03);
+        logger->set_print_format(0x3412);
+    }
+    void TearDown() override {
+        DDSLogger::finalize();
+        logger->set_verbosity(0x03);
+        logger->set_print_format(0x3412);
+    }
+    DDSLogger* logger = nullptr;
+};
+
+TEST_F(Logger, VerbosityMaskLetsEachKindThrough) {
+    struct Case {
+        int mask;
+        std::string output;
+    };
+    const Case cases[] = {
+        {0x00, ""},
+        {0x01, ""},
+        {0x03, "ERROR [RTPS_SHM] e\nERROR [ctx] E\n"},
+        {0x07, "ERROR [RTPS_SHM] e\nWARNING [RTPS_SHM] w\nERROR [ctx] E\nWARNING [ctx] W\n"},
+        {0x0F,
+         "ERROR [RTPS_SHM] e\nWARNING [RTPS_SHM] w\nINFO [RTPS_SHM] i\nERROR [ctx] E\n"
+         "WARNING [ctx] W\nINFO [ctx] I\n"},
+    };
+    for (const Case& c : cases) {
+        logger->set_verbosity(c.mask);
+        std::string output = captureStdout([] {
+            fastEntry(fd::Log::Kind::Error, "e");
+            fastEntry(fd::Log::Kind::Warning, "w");
+            fastEntry(fd::Log::Kind::Info, "i");
+            qordds::log(qordds::LogKind::Error, "ctx", "%s", "E");
+            qordds::log(qordds::LogKind::Warning, "ctx", "%s", "W");
+            qordds::log(qordds::LogKind::Info, "ctx", "%s", "I");
+        });
+        EXPECT_EQ(c.output, output) << c.mask;
+    }
+}
+
+TEST_F(Logger, PrintFormatSelectsTheFields) {
+    struct Case {
+        int format;
+        std::string fast;
+        std::string binding;
+    };
+    const Case cases[] = {
+        {0x0000, "Port 7411\tZombie  \n\n", "bad peer 'x'\n"},
+        {0x0402, "ERROR Port 7411 Zombie   \n", "ERROR bad peer 'x'\n"},
+        {0x3412, "ERROR [RTPS_SHM] Port 7411 Zombie\n", "ERROR [ctx] bad peer 'x'\n"},
+        {0x3406, "ERROR Fast DDS Port 7411 Zombie\n", "ERROR qordds bad peer 'x'\n"},
+        {0x3438, "[RTPS_SHM] src/Transport.cpp:42 open(): Port 7411 Zombie\n",
+         "[ctx] bad peer 'x'\n"},
+    };
+    for (const Case& c : cases) {
+        logger->set_print_format(c.format);
+        EXPECT_EQ(c.fast,
+                  captureStdout([] { fastEntry(fd::Log::Kind::Error, "Port 7411\tZombie  \n"); }))
+            << std::hex << c.format;
+        EXPECT_EQ(c.binding, captureStdout([] {
+                      qordds::log(qordds::LogKind::Error, "ctx", "bad peer '%s'", "x");
+                  }))
+            << std::hex << c.format;
+    }
+}
+
+TEST_F(Logger, TimestampLeadsTheLine) {
+    logger->set_print_format(0x3413);
+    std::string line = captureStdout([] { qordds::log(qordds::LogKind::Error, "ctx", "m"); });
+    // "YYYY-MM-DD hh:mm:ss.mmm ERROR [ctx] m\n"
+    ASSERT_EQ(24u + 14u, line.size()) << line;
+    EXPECT_EQ('-', line[4]);
+    EXPECT_EQ(':', line[13]);
+    EXPECT_EQ('.', line[19]);
+    EXPECT_EQ(" ERROR [ctx] m\n", line.substr(23));
+}
+
+TEST_F(Logger, LongMessagesAreKeptWhole) {
+    std::string message(3000, 'm');
+    EXPECT_EQ("ERROR [ctx] " + message + "\n", captureStdout([&] {
+                  qordds::log(qordds::LogKind::Error, "ctx", "%s", message.c_str());
+              }));
+}
+
+TEST_F(Logger, FinalizeIsRepeatableAndLaterEntriesStillComeOut) {
+    std::string output = captureStdout([] {
+        DDSLogger::finalize();
+        DDSLogger::finalize();
+        fd::Log::QueueLog("after", fd::Log::Context{nullptr, 0, nullptr, "CAT"},
+                          fd::Log::Kind::Error);
+        DDSLogger::finalize();
+        DDSLogger::finalize();
+    });
+    EXPECT_EQ("ERROR [CAT] after\n", output);
+}
+
+// Threads writing at once: the tool's printf lines, the binding's and Fast DDS's entries all
+// come out as whole lines, none lost.
+TEST_F(Logger, LinesFromSeveralThreadsNeverInterleave) {
+    const int perThread = 300;
+    std::string output = captureStdout([&] {
+        std::vector<std::thread> threads;
+        threads.emplace_back([&] {
+            for (int i = 0; i < perThread; ++i) {
+                std::printf("tool line %d with some length to it\n", i);
+            }
+        });
+        threads.emplace_back([&] {
+            for (int i = 0; i < perThread; ++i) {
+                qordds::log(qordds::LogKind::Error, "ctx", "binding line %d", i);
+            }
+        });
+        threads.emplace_back([&] {
+            for (int i = 0; i < perThread; ++i) {
+                fd::Log::QueueLog("fast line " + std::to_string(i),
+                                  fd::Log::Context{nullptr, 0, nullptr, "CAT"},
+                                  fd::Log::Kind::Error);
+            }
+        });
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        DDSLogger::finalize();
+    });
+    std::set<std::string> expected;
+    for (int i = 0; i < perThread; ++i) {
+        expected.insert("tool line " + std::to_string(i) + " with some length to it");
+        expected.insert("ERROR [ctx] binding line " + std::to_string(i));
+        expected.insert("ERROR [CAT] fast line " + std::to_string(i));
+    }
+    std::istringstream lines(output);
+    std::string line;
+    std::set<std::string> seen;
+    while (std::getline(lines, line)) {
+        EXPECT_EQ(1u, expected.count(line)) << line;
+        seen.insert(line);
+    }
+    EXPECT_EQ(expected.size(), seen.size());
+}
+
+}  // namespace
