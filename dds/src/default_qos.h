@@ -3,6 +3,7 @@
 #define QOR_DDS_SRC_DEFAULT_QOS_H
 
 #include "dds/qos.h"
+#include "dds/src/qos_profile_library.h"
 
 namespace qordds {
 
@@ -12,9 +13,20 @@ struct DefaultQos {
     DDS_SubscriberQos subscriber;
     DDS_DataWriterQos datawriter;
     DDS_DataReaderQos datareader;
+    // The profiles the topic, writer and reader defaults came from, if any: a topic name may
+    // select other elements of them (their topic_filter).
+    QosProfileRef topic_profile;
+    QosProfileRef datawriter_profile;
+    QosProfileRef datareader_profile;
 };
 
-// The default DataWriter / DataReader QoS of a participant for a topic name.
+// The defaults a participant starts with: those of the profile marked as the default one in
+// `library` (which may be null), else the binding's.
+DefaultQos initial_default_qos(const std::shared_ptr<const QosProfileLibrary>& library);
+
+// The default Topic / DataWriter / DataReader QoS of a participant for a topic name.
+DDS_ReturnCode_t default_topic_qos(const DefaultQos& defaults, const char* topic_name,
+                                   DDS_TopicQos& qos);
 DDS_ReturnCode_t default_datawriter_qos(const DefaultQos& defaults, const char* topic_name,
                                         DDS_DataWriterQos& qos);
 DDS_ReturnCode_t default_datareader_qos(const DefaultQos& defaults, const char* topic_name,

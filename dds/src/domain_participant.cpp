@@ -1,6 +1,7 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
 #include "dds/domain.h"
+#include "dds/src/loaded_profiles.h"
 #include "dds/src/log.h"
 #include "dds/src/participant_impl.h"
 
@@ -41,25 +42,80 @@ DDS_DomainId_t DDSDomainParticipant::get_domain_id() {
     return impl_->domain_id;
 }
 
-DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos_with_profile(const char*,
-                                                                          const char*) {
-    return DDS_RETCODE_UNSUPPORTED;
+DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos_with_profile(
+    const char* library_name, const char* profile_name) {
+    qordds::QosProfileRef found = qordds::find_loaded_profile(
+        library_name, profile_name, "DDSDomainParticipant::set_default_topic_qos_with_profile");
+    if (found.profile == nullptr) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_TopicQos qos;
+    qordds::profile_topic_qos(*found.profile, nullptr, qos);
+    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    impl_->defaults.topic = qos;
+    impl_->defaults.topic_profile = found;
+    return DDS_RETCODE_OK;
 }
-DDS_ReturnCode_t DDSDomainParticipant::set_default_publisher_qos_with_profile(const char*,
-                                                                              const char*) {
-    return DDS_RETCODE_UNSUPPORTED;
+
+DDS_ReturnCode_t DDSDomainParticipant::set_default_publisher_qos_with_profile(
+    const char* library_name, const char* profile_name) {
+    qordds::QosProfileRef found = qordds::find_loaded_profile(
+        library_name, profile_name, "DDSDomainParticipant::set_default_publisher_qos_with_profile");
+    if (found.profile == nullptr) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_PublisherQos qos;
+    qordds::profile_publisher_qos(*found.profile, qos);
+    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    impl_->defaults.publisher = qos;
+    return DDS_RETCODE_OK;
 }
-DDS_ReturnCode_t DDSDomainParticipant::set_default_subscriber_qos_with_profile(const char*,
-                                                                               const char*) {
-    return DDS_RETCODE_UNSUPPORTED;
+
+DDS_ReturnCode_t DDSDomainParticipant::set_default_subscriber_qos_with_profile(
+    const char* library_name, const char* profile_name) {
+    qordds::QosProfileRef found = qordds::find_loaded_profile(
+        library_name, profile_name,
+        "DDSDomainParticipant::set_default_subscriber_qos_with_profile");
+    if (found.profile == nullptr) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_SubscriberQos qos;
+    qordds::profile_subscriber_qos(*found.profile, qos);
+    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    impl_->defaults.subscriber = qos;
+    return DDS_RETCODE_OK;
 }
-DDS_ReturnCode_t DDSDomainParticipant::set_default_datawriter_qos_with_profile(const char*,
-                                                                               const char*) {
-    return DDS_RETCODE_UNSUPPORTED;
+
+DDS_ReturnCode_t DDSDomainParticipant::set_default_datawriter_qos_with_profile(
+    const char* library_name, const char* profile_name) {
+    qordds::QosProfileRef found = qordds::find_loaded_profile(
+        library_name, profile_name,
+        "DDSDomainParticipant::set_default_datawriter_qos_with_profile");
+    if (found.profile == nullptr) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_DataWriterQos qos;
+    qordds::profile_datawriter_qos(*found.profile, nullptr, qos);
+    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    impl_->defaults.datawriter = qos;
+    impl_->defaults.datawriter_profile = found;
+    return DDS_RETCODE_OK;
 }
-DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos_with_profile(const char*,
-                                                                               const char*) {
-    return DDS_RETCODE_UNSUPPORTED;
+
+DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos_with_profile(
+    const char* library_name, const char* profile_name) {
+    qordds::QosProfileRef found = qordds::find_loaded_profile(
+        library_name, profile_name,
+        "DDSDomainParticipant::set_default_datareader_qos_with_profile");
+    if (found.profile == nullptr) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_DataReaderQos qos;
+    qordds::profile_datareader_qos(*found.profile, nullptr, qos);
+    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    impl_->defaults.datareader = qos;
+    impl_->defaults.datareader_profile = found;
+    return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos(DDS_TopicQos& qos) {

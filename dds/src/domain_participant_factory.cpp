@@ -8,6 +8,7 @@
 #include "dds/domain.h"
 #include "dds/logger.h"
 #include "dds/src/fast_environment.h"
+#include "dds/src/loaded_profiles.h"
 #include "dds/src/log.h"
 #include "dds/src/participant_impl.h"
 #include "dds/src/participant_qos_translation.h"
@@ -20,6 +21,9 @@ class DDSDomainParticipantFactory::Impl {
   public:
     std::mutex mutex;
     DDS_DomainParticipantFactoryQos qos;
+    // Loaded from qos.profile; replaced whole, so that participants may keep the old one.
+    std::shared_ptr<const qordds::QosProfileLibrary> profiles =
+        std::make_shared<qordds::QosProfileLibrary>();
     std::vector<DDSDomainParticipant*> participants;
 
     bool owns(DDSDomainParticipant* participant) const {
@@ -96,23 +100,83 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos(DDS_DomainParticipantFacto
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::set_qos(const DDS_DomainParticipantFactoryQos& qos) {
+    std::shared_ptr<const qordds::QosProfileLibrary> profiles =
+        qordds::QosProfileLibrary::load(qos.profile);
+    if (profiles == nullptr) {
+        qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::set_qos",
+                    "the QoS profile sources have errors; the factory QoS stays as it was");
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
     std::lock_guard<std::mutex> lock(impl_->mutex);
     impl_->qos = qos;
+    impl_->profiles = profiles;
     return DDS_RETCODE_OK;
 }
 
-DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos_profile_libraries(DDS_StringSeq&) {
-    return DDS_RETCODE_UNSUPPORTED;
+namespace {
+
+void fill_names(DDS_StringSeq& sequence, const std::vector<std::string>& names) {
+    int32_t count = static_cast<int32_t>(names.size());
+    sequence.ensure_length(count, count);
+    for (int32_t i = 0; i < count; ++i) {
+        DDS_String_replace(&sequence[i], names[i].c_str());
+    }
 }
 
-DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos_profiles(DDS_StringSeq&, const char*) {
-    return DDS_RETCODE_UNSUPPORTED;
+}  // namespace
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos_profile_libraries(
+    DDS_StringSeq& library_names) {
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    fill_names(library_names, impl_->profiles->library_names());
+    return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos_profiles(DDS_StringSeq& profile_names,
+                                                               const char* library_name) {
+    if (library_name == nullptr) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    fill_names(profile_names, impl_->profiles->profile_names(library_name));
+    return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_participant_qos_from_profile(
-    DDS_DomainParticipantQos&, const char*, const char*) {
-    return DDS_RETCODE_UNSUPPORTED;
+    DDS_DomainParticipantQos& qos, const char* library_name, const char* profile_name) {
+    qordds::QosProfileRef found = qordds::find_loaded_profile(
+        library_name, profile_name,
+        "DDSDomainParticipantFactory::get_participant_qos_from_profile");
+    if (found.profile == nullptr) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_DomainParticipantQos read;
+    qordds::profile_participant_qos(*found.profile, read);
+    qos = read;
+    return DDS_RETCODE_OK;
 }
+
+namespace qordds {
+
+QosProfileRef find_loaded_profile(const char* library, const char* profile, const char* context) {
+    QosProfileRef found;
+    if (library == nullptr || profile == nullptr) {
+        log(LogKind::Error, context, "a library and a profile name are needed");
+        return found;
+    }
+    DDSDomainParticipantFactory::Impl& factory =
+        *DDSDomainParticipantFactory::get_instance()->impl();
+    std::lock_guard<std::mutex> lock(factory.mutex);
+    found.library = factory.profiles;
+    found.profile = found.library->find(library, profile);
+    if (found.profile == nullptr) {
+        log(LogKind::Error, context, "there is no QoS profile %s::%s", library, profile);
+        found.library.reset();
+    }
+    return found;
+}
+
+}  // namespace qordds
 
 DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(
     DDS_DomainId_t domain_id, const DDS_DomainParticipantQos& qos, DDSDomainParticipantListener*,
@@ -169,6 +233,7 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(
     impl->domain_id = domain_id;
     impl->qos = qos;
     impl->transports = qordds::initial_transports(qos);
+    impl->defaults = qordds::initial_default_qos(impl_->profiles);
     auto* participant = new DDSDomainParticipant(impl);
     impl_->participants.push_back(participant);
 

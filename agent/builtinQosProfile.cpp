@@ -1,0 +1,118 @@
+#include "agent/builtinQosProfile.h"
+
+const char* const KEST_BUILTIN_QOS_LIBRARY = "InternalPingLibrary";
+const char* const KEST_BUILTIN_QOS_PROFILE = "InternalPingProfile";
+
+namespace {
+
+// Fixed text: no setting is ever put into it. Command-line settings are laid over the QoS read
+// from it. The blanks around the property's name and value belong to the text. The type-code
+// limit and the transport mask equal the defaults of -tcMaxSize and -transport, which are
+// written over the profile only when they differ from these.
+const char* const fragments[] = {
+    "<dds>",
+    "<qos_library name=\"InternalPingLibrary\">",
+    "<qos_profile name=\"InternalPingProfile\" is_default_qos=\"false\">",
+    "<domain_participant_qos>",
+    "<property>",
+    "<value>",
+    "<element>",
+    "<name> dds.transport.UDPv4.builtin.ignore_loopback_interface </name>",
+    "<value> 0 </value>",
+    "</element>",
+    "</value>",
+    "</property>",
+    "<participant_name>",
+    "<name>QOR DDS Ping</name>",
+    "</participant_name>",
+    "<partition>",
+    "<name>",
+    "<element>*</element>",
+    "</name>",
+    "</partition>",
+    "<wire_protocol>",
+    "<participant_id>",
+    "-1",
+    "</participant_id>",
+    "<rtps_app_id>",
+    "DDS_RTPS_AUTO_ID",
+    "</rtps_app_id>",
+    "</wire_protocol>",
+    "<transport_builtin>",
+    "<mask>",
+    "DDS_TRANSPORTBUILTIN_MASK_DEFAULT",
+    "</mask>",
+    "</transport_builtin>",
+    "<discovery_config>",
+    "<participant_liveliness_assert_period>",
+    "<sec>2</sec>",
+    "<nanosec>0</nanosec>",
+    "</participant_liveliness_assert_period>",
+    "<participant_liveliness_lease_duration>",
+    "<sec>6</sec>",
+    "<nanosec>500000000</nanosec>",
+    "</participant_liveliness_lease_duration>",
+    "</discovery_config>",
+    "<resource_limits>",
+    "<type_code_max_serialized_length>",
+    "4096",
+    "</type_code_max_serialized_length>",
+    "</resource_limits>",
+    "</domain_participant_qos>",
+    "<datawriter_qos>",
+    "<reliability>",
+    "<kind>",
+    "BEST_EFFORT_RELIABILITY_QOS",
+    "</kind>",
+    "</reliability>",
+    "<history>",
+    "<kind>",
+    "KEEP_LAST_HISTORY_QOS",
+    "</kind>",
+    "<depth>",
+    "1",
+    "</depth>",
+    "</history>",
+    "<durability>",
+    "<kind>",
+    "TRANSIENT_LOCAL_DURABILITY_QOS",
+    "</kind>",
+    "</durability>",
+    "<deadline>",
+    "<period>",
+    "<sec>1</sec>",
+    "<nanosec>0</nanosec>",
+    "</period>",
+    "</deadline>",
+    "</datawriter_qos>",
+    "<datareader_qos>",
+    "<reliability>",
+    "<kind>",
+    "BEST_EFFORT_RELIABILITY_QOS",
+    "</kind>",
+    "</reliability>",
+    "<history>",
+    "<kind>",
+    "KEEP_LAST_HISTORY_QOS",
+    "</kind>",
+    "<depth>1</depth>",
+    "</history>",
+    "<durability>",
+    "<kind>",
+    "TRANSIENT_LOCAL_DURABILITY_QOS",
+    "</kind>",
+    "</durability>",
+    "</datareader_qos>",
+    "</qos_profile>",
+    "</qos_library>",
+    "</dds>",
+};
+
+static_assert(sizeof fragments / sizeof fragments[0] == 96, "the document has 96 fragments");
+
+}  // namespace
+
+const char* const* KestAgent_getBuiltinQosProfile(int* count) {
+    *count = static_cast<int>(sizeof fragments / sizeof fragments[0]);
+    return fragments;
+}
