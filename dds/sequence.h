@@ -7,6 +7,7 @@
 #include <new>
 
 #include "dds/string.h"
+#include "dds/type_plugin.h"
 
 // Logs a refused sequence operation through the middleware logger.
 void DDS_Sequence_log_error(const char* operation, const char* reason);
@@ -189,6 +190,29 @@ class DDSSequence {
         return length(count);
     }
 
+    // How elements are allocated and released (whether their pointer members get memory).
+    // The policy can change only while the sequence holds no buffer (maximum 0).
+    bool set_element_allocation_params(const DDS_TypeAllocationParams_t& params) {
+        if (maximum_ != 0) {
+            return refuse("set_element_allocation_params", "maximum must be 0");
+        }
+        allocation_params_ = params;
+        return true;
+    }
+    bool set_element_deallocation_params(const DDS_TypeDeallocationParams_t& params) {
+        if (maximum_ != 0) {
+            return refuse("set_element_deallocation_params", "maximum must be 0");
+        }
+        deallocation_params_ = params;
+        return true;
+    }
+    const DDS_TypeAllocationParams_t& get_element_allocation_params() const {
+        return allocation_params_;
+    }
+    const DDS_TypeDeallocationParams_t& get_element_deallocation_params() const {
+        return deallocation_params_;
+    }
+
     // Loans: the sequence borrows a buffer it does not own until unloan().
     bool loan_contiguous(T* buffer, int32_t new_length, int32_t new_max) {
         if (!can_take_loan("loan_contiguous", new_length, new_max)) {
@@ -280,6 +304,8 @@ class DDSSequence {
     bool owned_ = true;
     void* read_token1_ = nullptr;
     void* read_token2_ = nullptr;
+    DDS_TypeAllocationParams_t allocation_params_ = DDS_TYPE_ALLOCATION_PARAMS_DEFAULT;
+    DDS_TypeDeallocationParams_t deallocation_params_ = DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT;
     T spare_{};
 };
 

@@ -33,13 +33,13 @@ struct DDS_TypeAllocationParams_t {
     bool allocate_optional_members;
     bool allocate_memory;
 };
-extern const DDS_TypeAllocationParams_t DDS_TYPE_ALLOCATION_PARAMS_DEFAULT;
+const DDS_TypeAllocationParams_t DDS_TYPE_ALLOCATION_PARAMS_DEFAULT = {true, false, true};
 
 struct DDS_TypeDeallocationParams_t {
     bool delete_pointers;
     bool delete_optional_members;
 };
-extern const DDS_TypeDeallocationParams_t DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT;
+const DDS_TypeDeallocationParams_t DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT = {true, true};
 
 // The plugin record of a sample type. A participant keeps its own copy per registered name.
 struct DDSTypePlugin {

@@ -6,9 +6,6 @@
 
 #include "dds/src/log.h"
 
-const DDS_TypeAllocationParams_t DDS_TYPE_ALLOCATION_PARAMS_DEFAULT = {true, false, true};
-const DDS_TypeDeallocationParams_t DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT = {true, true};
-
 bool DDS_TypePlugin_is_type(const DDSTypePlugin* plugin, const char* type_name) {
     return plugin != nullptr && plugin->type_name != nullptr && type_name != nullptr &&
            std::strcmp(plugin->type_name, type_name) == 0;

@@ -111,4 +111,25 @@ TEST(Sequence, RefusesBadArgumentsWithTheirMessages) {
     EXPECT_EQ(seq.maximum(), 2);
 }
 
+TEST(Sequence, AllocationPolicyChangesOnlyWithoutABuffer) {
+    DDSSequence<Sample> seq;
+    DDS_TypeAllocationParams_t no_pointers = DDS_TYPE_ALLOCATION_PARAMS_DEFAULT;
+    no_pointers.allocate_pointers = false;
+    ASSERT_TRUE(seq.set_element_allocation_params(no_pointers));
+    EXPECT_FALSE(seq.get_element_allocation_params().allocate_pointers);
+    DDS_TypeDeallocationParams_t keep_pointers = {false, true};
+    ASSERT_TRUE(seq.set_element_deallocation_params(keep_pointers));
+    EXPECT_FALSE(seq.get_element_deallocation_params().delete_pointers);
+
+    ASSERT_TRUE(seq.maximum(1));
+    bool changed = true;
+    EXPECT_NE(logged_by([&] {
+                  changed = seq.set_element_allocation_params(DDS_TYPE_ALLOCATION_PARAMS_DEFAULT);
+              }).find("maximum must be 0"),
+              std::string::npos);
+    EXPECT_FALSE(changed);
+    EXPECT_FALSE(seq.get_element_allocation_params().allocate_pointers);
+    EXPECT_FALSE(seq.set_element_deallocation_params(DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT));
+}
+
 }  // namespace
