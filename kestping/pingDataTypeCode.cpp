@@ -78,21 +78,26 @@ const DDS_TypeCodeMember ping_members[] = {
 const uint32_t ping_offsets[] = {offsetof(KestPingData, number)};
 const DDS_SampleAccessInfo ping_access_info = {sizeof(KestPingData), ping_offsets};
 const DDS_TypeCode ping_type_code = {
-    DDS_TK_STRUCT, "KestPingData", 1, ping_members, &ping_access_info, &ping_plugin_info,
+    DDS_TK_STRUCT,      // kind
+    "KestPingData",     // name
+    1,                  // member_count
+    ping_members,       // members
+    &ping_access_info,  // access_info
+    &ping_plugin_info,  // plugin_info
 };
 const DDSTypePlugin ping_plugin_info = {
-    "KestPingData",
-    DDS_TYPEPLUGIN_NO_KEY,
-    &ping_type_code,
-    nullptr,
-    plain::create_sample,
-    plain::destroy_sample,
-    plain::copy_sample,
-    plain::serialize,
-    plain::deserialize,
-    plain::sample_max_size,
-    nullptr,
-    nullptr,
+    "KestPingData",          // type_name
+    DDS_TYPEPLUGIN_NO_KEY,   // key_kind
+    &ping_type_code,         // type_code
+    nullptr,                 // type_support
+    plain::create_sample,    // create_sample
+    plain::destroy_sample,   // destroy_sample
+    plain::copy_sample,      // copy_sample
+    plain::serialize,        // serialize
+    plain::deserialize,      // deserialize
+    plain::sample_max_size,  // get_serialized_sample_max_size
+    nullptr,                 // instance_to_keyhash
+    nullptr,                 // serialized_key_to_keyhash
 };
 
 const DDS_TypeCodeMember keyed_ping_members[] = {
@@ -103,16 +108,26 @@ const uint32_t keyed_ping_offsets[] = {offsetof(KestKeyedPingData, key),
                                        offsetof(KestKeyedPingData, number)};
 const DDS_SampleAccessInfo keyed_ping_access_info = {sizeof(KestKeyedPingData), keyed_ping_offsets};
 const DDS_TypeCode keyed_ping_type_code = {
-    DDS_TK_STRUCT,      "KestKeyedPingData",     2,
-    keyed_ping_members, &keyed_ping_access_info, &keyed_ping_plugin_info,
+    DDS_TK_STRUCT,            // kind
+    "KestKeyedPingData",      // name
+    2,                        // member_count
+    keyed_ping_members,       // members
+    &keyed_ping_access_info,  // access_info
+    &keyed_ping_plugin_info,  // plugin_info
 };
 const DDSTypePlugin keyed_ping_plugin_info = {
-    "KestKeyedPingData",        DDS_TYPEPLUGIN_USER_KEY,
-    &keyed_ping_type_code,      nullptr,
-    keyed::create_sample,       keyed::destroy_sample,
-    keyed::copy_sample,         keyed::serialize,
-    keyed::deserialize,         keyed::sample_max_size,
-    keyed::instance_to_keyhash, KestKeyedPingDataPlugin_serialized_sample_to_keyhash,
+    "KestKeyedPingData",                                   // type_name
+    DDS_TYPEPLUGIN_USER_KEY,                               // key_kind
+    &keyed_ping_type_code,                                 // type_code
+    nullptr,                                               // type_support
+    keyed::create_sample,                                  // create_sample
+    keyed::destroy_sample,                                 // destroy_sample
+    keyed::copy_sample,                                    // copy_sample
+    keyed::serialize,                                      // serialize
+    keyed::deserialize,                                    // deserialize
+    keyed::sample_max_size,                                // get_serialized_sample_max_size
+    keyed::instance_to_keyhash,                            // instance_to_keyhash
+    KestKeyedPingDataPlugin_serialized_sample_to_keyhash,  // serialized_key_to_keyhash
 };
 
 }  // namespace
