@@ -1,20 +1,114 @@
 #include "dds/publication.h"
 
-// Placeholder until endpoints land.
+#include <exception>
+#include <memory>
+#include <new>
 
-DDSPublisher::~DDSPublisher() {}
+#include "dds/src/default_qos.h"
+#include "dds/src/endpoint_qos.h"
+#include "dds/src/log.h"
+#include "dds/src/participant_impl.h"
+#include "dds/src/publisher_impl.h"
+#include "dds/src/topic_impl.h"
 
-DDS_ReturnCode_t DDSPublisher::get_default_datawriter_qos_w_topic_name(DDS_DataWriterQos& qos,
-                                                                       const char*) {
-    qos = DDS_DataWriterQos();
-    return DDS_RETCODE_OK;
-}
+namespace fdds = eprosima::fastdds::dds;
 
-DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic*, const DDS_DataWriterQos&,
-                                               DDSDataWriterListener*, DDS_StatusMask) {
+namespace {
+
+// The writer (typed or untyped) that the application holds, among the publisher's writers.
+qordds::UntypedDataWriter* find_writer(DDSPublisher::Impl& publisher, DDSDataWriter* writer) {
+    for (qordds::UntypedDataWriter* candidate : publisher.writers) {
+        if (candidate == writer || candidate->typed() == writer) {
+            return candidate;
+        }
+    }
     return nullptr;
 }
 
-DDS_ReturnCode_t DDSPublisher::delete_datawriter(DDSDataWriter*) {
-    return DDS_RETCODE_UNSUPPORTED;
+}  // namespace
+
+namespace qordds {
+
+DDS_ReturnCode_t destroy_writer(UntypedDataWriter* writer) {
+    DDS_ReturnCode_t result = writer->detach();
+    writer->topic()->impl()->endpoints -= 1;
+    const DDSTypePlugin* plugin = writer->get_type_plugin();
+    if (writer->typed() != writer && plugin->type_support != nullptr) {
+        plugin->type_support->destroy_datawriterI(writer->typed());
+    }
+    delete writer;
+    return result;
+}
+
+}  // namespace qordds
+
+DDSPublisher::~DDSPublisher() {
+    delete impl_;
+}
+
+DDS_ReturnCode_t DDSPublisher::get_default_datawriter_qos_w_topic_name(DDS_DataWriterQos& qos,
+                                                                       const char* topic_name) {
+    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    std::lock_guard<std::recursive_mutex> lock(participant->mutex);
+    return qordds::default_datawriter_qos(participant->defaults, topic_name, qos);
+}
+
+DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWriterQos& qos,
+                                               DDSDataWriterListener* listener,
+                                               DDS_StatusMask mask) {
+    const char* context = "DDSPublisher::create_datawriter";
+    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    std::lock_guard<std::recursive_mutex> lock(participant->mutex);
+    if (topic == nullptr || !qordds::contains(participant->entities.topics, topic)) {
+        qordds::log(qordds::LogKind::Error, context, "bad parameter: topic");
+        return nullptr;
+    }
+    const qordds::RegisteredType* type = participant->types.find(topic->get_type_name());
+    if (type == nullptr || type->plugin.type_support == nullptr) {
+        qordds::log(qordds::LogKind::Error, context, "no type support for \"%s\"",
+                    topic->get_type_name());
+        return nullptr;
+    }
+    fdds::DataWriterQos fast_qos;
+    if (qordds::translate_writer_qos(qos, fast_qos, context) != DDS_RETCODE_OK) {
+        return nullptr;
+    }
+    std::unique_ptr<qordds::UntypedDataWriter> writer(
+        new (std::nothrow) qordds::UntypedDataWriter(topic, type->plugin, listener, mask));
+    if (writer == nullptr) {
+        qordds::log(qordds::LogKind::Error, context, "out of memory");
+        return nullptr;
+    }
+    DDSDataWriter* typed = type->plugin.type_support->create_datawriterI(writer.get());
+    if (typed == nullptr) {
+        qordds::log(qordds::LogKind::Error, context, "the type support made no typed writer");
+        return nullptr;
+    }
+    writer->set_typed(typed);
+    if (!writer->attach(impl_->fast, topic->impl()->fast, fast_qos)) {
+        qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the writer");
+        type->plugin.type_support->destroy_datawriterI(typed);
+        return nullptr;
+    }
+    topic->impl()->endpoints += 1;
+    impl_->writers.push_back(writer.release());
+    return typed;
+}
+
+DDS_ReturnCode_t DDSPublisher::delete_datawriter(DDSDataWriter* writer) {
+    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    std::lock_guard<std::recursive_mutex> lock(participant->mutex);
+    if (writer == nullptr) {
+        qordds::log(qordds::LogKind::Error, "DDSPublisher::delete_datawriter",
+                    "bad parameter: writer");
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    qordds::UntypedDataWriter* found = find_writer(*impl_, writer);
+    if (found == nullptr) {
+        qordds::log(qordds::LogKind::Error, "DDSPublisher::delete_datawriter",
+                    "the writer does not belong to this publisher");
+        return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    qordds::remove(impl_->writers, found);
+    return qordds::destroy_writer(found);
 }

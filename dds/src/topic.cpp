@@ -1,11 +1,15 @@
 #include "dds/topic.h"
 
-// Placeholder until endpoints land.
+#include "dds/src/topic_impl.h"
 
-DDSTopic::~DDSTopic() {}
-const char* DDSTopic::get_name() {
-    return "";
+DDSTopic::~DDSTopic() {
+    delete impl_;
 }
+
+const char* DDSTopic::get_name() {
+    return impl_->name.c_str();
+}
+
 const char* DDSTopic::get_type_name() {
-    return "";
+    return impl_->type_name.c_str();
 }

@@ -1,0 +1,61 @@
+// Binding-internal: the binding's own (untyped) DataWriter over a Fast DDS DataWriter.
+#ifndef QOR_DDS_SRC_DATA_WRITER_H
+#define QOR_DDS_SRC_DATA_WRITER_H
+
+#include <memory>
+
+#include <fastdds/dds/publisher/DataWriter.hpp>
+#include <fastdds/dds/publisher/Publisher.hpp>
+#include <fastdds/dds/publisher/qos/DataWriterQos.hpp>
+#include <fastdds/dds/topic/Topic.hpp>
+
+#include "dds/publication.h"
+#include "dds/topic.h"
+
+namespace qordds {
+
+class UntypedDataWriter : public DDSDataWriter {
+  public:
+    UntypedDataWriter(DDSTopic* topic, const DDSTypePlugin& plugin, DDSDataWriterListener* listener,
+                      DDS_StatusMask mask);
+    ~UntypedDataWriter() override;
+
+    // Creates the Fast DDS writer. Listeners are called with typed() from then on, so the
+    // typed writer is set first.
+    bool attach(eprosima::fastdds::dds::Publisher* publisher, eprosima::fastdds::dds::Topic* topic,
+                const eprosima::fastdds::dds::DataWriterQos& qos);
+    // Stops the callbacks and deletes the Fast DDS writer.
+    DDS_ReturnCode_t detach();
+
+    void set_typed(DDSDataWriter* typed) { typed_ = typed; }
+    DDSDataWriter* typed() const { return typed_; }
+    DDSTopic* topic() const { return topic_; }
+
+    DDSDataWriterListener* get_listener() override { return listener_; }
+    const DDSTypePlugin* get_type_plugin() override { return &plugin_; }
+    DDS_ReturnCode_t write_untyped(const void* sample, const DDS_InstanceHandle_t& handle) override;
+    DDS_ReturnCode_t dispose_untyped(const void* sample,
+                                     const DDS_InstanceHandle_t& handle) override;
+    DDS_ReturnCode_t unregister_instance_untyped(const void* sample,
+                                                 const DDS_InstanceHandle_t& handle) override;
+    DDS_InstanceHandle_t register_instance_untyped(const void* sample) override;
+
+    class Bridge;  // the Fast DDS listener
+
+  private:
+    UntypedDataWriter(const UntypedDataWriter&) = delete;
+    UntypedDataWriter& operator=(const UntypedDataWriter&) = delete;
+
+    DDSTopic* topic_;
+    DDSTypePlugin plugin_;
+    DDSDataWriterListener* listener_;
+    DDS_StatusMask mask_;
+    DDSDataWriter* typed_ = nullptr;
+    eprosima::fastdds::dds::Publisher* fast_publisher_ = nullptr;
+    eprosima::fastdds::dds::DataWriter* fast_ = nullptr;
+    std::unique_ptr<Bridge> bridge_;
+};
+
+}  // namespace qordds
+
+#endif

@@ -1,0 +1,28 @@
+// Binding-internal: what a DDSSubscriber holds.
+#ifndef QOR_DDS_SRC_SUBSCRIBER_IMPL_H
+#define QOR_DDS_SRC_SUBSCRIBER_IMPL_H
+
+#include <vector>
+
+#include <fastdds/dds/subscriber/Subscriber.hpp>
+
+#include "dds/src/data_reader.h"
+#include "dds/subscription.h"
+
+class DDSSubscriber::Impl {
+  public:
+    DDSDomainParticipant* participant = nullptr;
+    eprosima::fastdds::dds::Subscriber* fast = nullptr;
+    // Guarded by the participant's mutex.
+    std::vector<qordds::UntypedDataReader*> readers;
+};
+
+namespace qordds {
+
+// Deletes the reader, its typed wrapper and its Fast DDS reader; the caller holds the
+// participant's mutex and has taken the reader out of its subscriber's list.
+DDS_ReturnCode_t destroy_reader(UntypedDataReader* reader);
+
+}  // namespace qordds
+
+#endif
