@@ -1,6 +1,7 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
 #include "dds/domain.h"
+#include "dds/src/key_only_repair.h"
 #include "dds/src/loaded_profiles.h"
 #include "dds/src/log.h"
 #include "dds/src/participant_impl.h"
@@ -20,7 +21,8 @@ DDS_ReturnCode_t DDSDomainParticipant::enable() {
     }
     try {
         fd::DomainParticipantQos qos = fast->get_qos();
-        qos.transport().user_transports = qordds::make_transport_descriptors(impl_->transports);
+        qos.transport().user_transports =
+            qordds::with_key_only_repair(qordds::make_transport_descriptors(impl_->transports));
         ReturnCode rc = fast->set_qos(qos);
         if (rc == ReturnCode::RETCODE_OK) {
             rc = fast->enable();
