@@ -48,6 +48,18 @@ bool read_file(const std::string& path, std::string& text, XmlProblems& problems
     return !failed;
 }
 
+// tinyxml2's error name and, where it has one, what it stopped at.
+std::string parse_error(const XMLDocument& document) {
+    std::string error = document.ErrorName();
+    std::string text = document.ErrorStr();
+    size_t line = text.find("Line number=");
+    size_t detail = line == std::string::npos ? line : text.find(": ", line);
+    if (detail != std::string::npos) {
+        error += ": " + text.substr(detail + 2);
+    }
+    return error;
+}
+
 const char* topic_filter(const XMLElement& element) {
     const char* filter = element.Attribute("topic_filter");
     return filter != nullptr ? filter : "*";
@@ -162,7 +174,8 @@ class QosProfileLoader {
     void load_document(const std::string& text, XmlProblems& problems) {
         auto document = std::make_unique<XMLDocument>();
         if (document->Parse(text.c_str(), text.size()) != tinyxml2::XML_SUCCESS) {
-            problems.at_line(document->ErrorLineNum(), "malformed XML: %s", document->ErrorStr());
+            problems.at_line(document->ErrorLineNum(), "malformed XML (%s)",
+                             parse_error(*document).c_str());
             return;
         }
         const XMLElement* root = document->RootElement();
