@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include <fastdds/rtps/transport/ChainingTransportDescriptor.h>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
 #include <fastdds/rtps/transport/UDPv6TransportDescriptor.h>
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
@@ -211,9 +212,14 @@ TEST(ParticipantCreation, ProfilePrecedence) {
     }
 }
 
+// A transport of the participant, under any chaining transport the binding wraps it in.
 template <class Descriptor>
 std::shared_ptr<Descriptor> transportOf(const fd::DomainParticipantQos& qos) {
-    for (const auto& transport : qos.transport().user_transports) {
+    for (auto transport : qos.transport().user_transports) {
+        while (auto chained =
+                   std::dynamic_pointer_cast<ft::ChainingTransportDescriptor>(transport)) {
+            transport = chained->low_level_descriptor;
+        }
         if (auto found = std::dynamic_pointer_cast<Descriptor>(transport)) {
             return found;
         }
