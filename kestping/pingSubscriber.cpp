@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "dds/transport_address.h"
 #include "dds/utility.h"
 #include "kestping/kestPingAgent.h"
 #include "kestping/pingDataListener.h"
@@ -13,6 +14,20 @@ namespace {
 // Port of a multicast address given without one.
 const int32_t DEFAULT_MULTICAST_PORT = 23001;
 const int32_t UNTIMED_WAKEUP_SECONDS = 30;
+
+// True for IPv6 multicast (ff00::/8) and for IPv4 multicast (224.0.0.0/4) in its 16-byte form.
+bool isMulticast(const DDS_TransportAddress_t& address) {
+    const unsigned char* bytes = address.network_ordered_value;
+    if (bytes[0] == 0xFF) {
+        return true;
+    }
+    for (int i = 0; i < 12; ++i) {
+        if (bytes[i] != 0) {
+            return false;
+        }
+    }
+    return (bytes[12] & 0xF0) == 0xE0;
+}
 
 }  // namespace
 
@@ -31,6 +46,17 @@ static void setMulticastReceiveAddress(DDS_TransportMulticastQosPolicy& policy, 
     DDS_TransportMulticastSettings_t& settings = policy.value[0];
     settings.transports.maximum(0);
     DDS_String_replace(&settings.receive_address, text);
+
+    DDS_TransportAddress_t address;
+    if (DDS_TransportAddress_from_string(&address, text) != 1) {
+        if (theVerbosity > 0) {
+            std::printf("%s is not a valid address\n", text);
+        }
+    } else if (!isMulticast(address)) {
+        if (theVerbosity > 0) {
+            std::printf("%s is not a valid multicast address\n", text);
+        }
+    }
 
     settings.receive_port = port;
 }
