@@ -65,7 +65,7 @@ DDSDomainParticipant* udp_participant() {
     return factory->create_participant(0, qos, nullptr, DDS_STATUS_MASK_NONE);
 }
 
-class Exchange : public testing::Test {
+class PingExchange : public testing::Test {
   protected:
     void SetUp() override {
         writing = udp_participant();
@@ -143,7 +143,7 @@ class Exchange : public testing::Test {
     DDSDataReader* untyped_reader = nullptr;
 };
 
-TEST_F(Exchange, TakenWithALoanOnAnotherParticipantAndGivenBack) {
+TEST_F(PingExchange, TakenWithALoanOnAnotherParticipantAndGivenBack) {
     KestKeyedPingDataSeq data;
     DDS_SampleInfoSeq infos;
     write_and_take(data, infos);
@@ -173,7 +173,7 @@ TEST_F(Exchange, TakenWithALoanOnAnotherParticipantAndGivenBack) {
         << "taken once";
 }
 
-TEST_F(Exchange, NarrowingToTheOtherTypeIsRefused) {
+TEST_F(PingExchange, NarrowingToTheOtherTypeIsRefused) {
     std::string log = logged_by([&] {
         EXPECT_EQ(KestPingDataDataWriter::narrow(untyped_writer), nullptr);
         EXPECT_EQ(KestPingDataDataReader::narrow(untyped_reader), nullptr);
@@ -288,17 +288,17 @@ bool tshark_available() {
 
 // Fast DDS hands samples between participants of one process directly; turned off, they
 // take the transport like samples between processes do.
-class ExchangeOnTheWire : public Exchange {
+class PingExchangeOnTheWire : public PingExchange {
   protected:
     void SetUp() override {
         eprosima::fastrtps::LibrarySettingsAttributes settings;
         settings.intraprocess_delivery = eprosima::fastrtps::INTRAPROCESS_OFF;
         eprosima::fastrtps::xmlparser::XMLProfileManager::library_settings(settings);
-        Exchange::SetUp();
+        PingExchange::SetUp();
     }
 };
 
-TEST_F(ExchangeOnTheWire, CarriesTheLittleEndianXcdr1Form) {
+TEST_F(PingExchangeOnTheWire, CarriesTheLittleEndianXcdr1Form) {
     if (!tshark_available()) {
         GTEST_SKIP() << "tshark is not installed";
     }
