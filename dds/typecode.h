@@ -53,7 +53,8 @@ enum DDS_CdrByteOrder {
 
 // How a sample is laid out: representation (XCDR, XCDR2, or AUTO for the type's native XCDR),
 // byte order, the whole sample or its key members alone, with or without the 4-byte
-// encapsulation header.
+// encapsulation header. Structures are appendable, so in XCDR2 a DHEADER precedes their
+// members (type_serializer.cpp says why).
 struct DDS_CdrEncoding {
     DDS_DataRepresentationId_t representation;
     DDS_CdrByteOrder byte_order;

@@ -22,15 +22,21 @@ struct RegisteredType {
     eprosima::fastdds::dds::TypeSupport fast_type;
 };
 
-// Callers hold the participant's mutex. An entry stays where it is until its name is
-// unregistered, which Fast DDS refuses while a topic uses the type.
+// Callers hold the participant's mutex; a null name finds nothing. An entry stays where it is until
+// its name is unregistered, which Fast DDS refuses while a topic uses the type.
 class TypeRegistry {
   public:
     const RegisteredType* find(const char* type_name) const {
+        if (type_name == nullptr) {
+            return nullptr;
+        }
         auto found = types_.find(type_name);
         return found == types_.end() ? nullptr : found->second.get();
     }
     RegisteredType* find(const char* type_name) {
+        if (type_name == nullptr) {
+            return nullptr;
+        }
         auto found = types_.find(type_name);
         return found == types_.end() ? nullptr : found->second.get();
     }
