@@ -5,6 +5,8 @@
 #include "dds/string.h"
 #include "dds/utility.h"
 #include "kestping/kestPingAgent.h"
+#include "kestping/pingDataListener.h"
+#include "kestping/pingDataWriterListener.h"
 
 bool KESTPING_INTERRUPTED = false;
 bool KESTPING_DISABLE_INPUT = false;
@@ -53,10 +55,10 @@ KestPingAgent::~KestPingAgent() {
         if (dataWriter != nullptr) {
             DDSDataWriterListener* listener = dataWriter->get_listener();
             retcode = publisher->delete_datawriter(dataWriter);
+            // A writer that survived may still call its listener, which then stays.
             if (retcode != DDS_RETCODE_OK) {
                 std::printf("delete_datawriter error %d\n", retcode);
             } else {
-                // A writer that survived may still call its listener, which must then stay.
                 delete listener;
             }
             dataWriterListener = nullptr;
@@ -70,11 +72,16 @@ KestPingAgent::~KestPingAgent() {
         }
         publisher = nullptr;
     }
+    // Made for a writer whose creation then failed.
+    delete dataWriterListener;
+    dataWriterListener = nullptr;
+    bool readerGone = true;
     if (subscriber != nullptr) {
         if (dataReader != nullptr) {
             retcode = subscriber->delete_datareader(dataReader);
             if (retcode != DDS_RETCODE_OK) {
                 std::printf("delete_datareader error: %d\n", retcode);
+                readerGone = false;
             }
             dataReader = nullptr;
         }
@@ -84,6 +91,12 @@ KestPingAgent::~KestPingAgent() {
         }
         subscriber = nullptr;
     }
+    // shutdown_subscriber normally destroys it; it is still here when subscribing stopped
+    // half-way, and may only go once no reader can call it.
+    if (readerGone) {
+        delete readerListener;
+    }
+    readerListener = nullptr;
     if (topic != nullptr) {
         retcode = participant->delete_topic(topic);
         if (retcode != DDS_RETCODE_OK) {

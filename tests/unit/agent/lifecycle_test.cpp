@@ -4,6 +4,8 @@
 #include <string>
 
 #include "dds/logger.h"
+#include "kestping/pingDataListener.h"
+#include "kestping/pingDataWriterListener.h"
 #include "tests/unit/agent/frame_test_support.h"
 
 namespace {
@@ -90,6 +92,20 @@ TEST_F(Lifecycle, DeletingAnAgentThatCreatedNothingPrintsNothing) {
     EXPECT_EQ("", captureStdout([&] { delete agent; }));
     frametest::PingAgent* ping = new frametest::PingAgent;
     EXPECT_EQ("", captureStdout([&] { delete ping; }));
+}
+
+// A start that failed half-way leaves listeners without endpoints; the sanitized build
+// reports them if the destructor forgets them.
+TEST_F(Lifecycle, ListenersLeftByAFailedStartAreReleased) {
+    class HalfStarted : public frametest::PingAgent {
+      public:
+        HalfStarted() {
+            dataWriterListener = new KESTPingDataWriterListener;
+            readerListener = new KestPingDataListener(false, false);
+        }
+    };
+    HalfStarted* agent = new HalfStarted;
+    EXPECT_EQ("", captureStdout([&] { delete agent; }));
 }
 
 }  // namespace
