@@ -45,6 +45,13 @@ fr::GuidPrefix_t effective_prefix(const fd::DomainParticipant& fast) {
     return asked != fr::c_GuidPrefix_Unknown ? asked : fast.guid().guidPrefix;
 }
 
+bool contains_entities(DDSDomainParticipant& participant) {
+    DDSDomainParticipant::Impl& impl = *participant.impl();
+    std::lock_guard<std::recursive_mutex> lock(impl.mutex);
+    return !impl.entities.topics.empty() || !impl.entities.publishers.empty() ||
+           !impl.entities.subscribers.empty();
+}
+
 // Fast DDS participants are always created disabled: the binding enables them itself once
 // their transports are settled.
 bool disable_fast_autoenable() {
@@ -255,8 +262,13 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(
                     "not a participant of this factory");
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    // Fast DDS refuses while the participant still holds topics, publishers or subscribers,
-    // which is exactly when ours must refuse too.
+    if (contains_entities(*participant)) {
+        qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::delete_participant",
+                    "the participant still contains entities");
+        return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    // Fast DDS also refuses while it holds topics, publishers or subscribers of the
+    // participant.
     ReturnCode rc = ReturnCode::RETCODE_ERROR;
     try {
         rc = fd::DomainParticipantFactory::get_instance()->delete_participant(

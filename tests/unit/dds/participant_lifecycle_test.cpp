@@ -5,6 +5,7 @@
 #include <fastdds/dds/publisher/qos/PublisherQos.hpp>
 
 #include "dds/domain.h"
+#include "dds/publication.h"
 #include "dds/src/participant_impl.h"
 
 namespace {
@@ -60,11 +61,17 @@ TEST(ParticipantLifecycle, RefusesDeletionWhileEntitiesExist) {
     DDSDomainParticipant* participant =
         factory->create_participant(0, named_qos("busy"), nullptr, DDS_STATUS_MASK_NONE);
     ASSERT_NE(participant, nullptr);
-    auto* publisher =
-        participant->impl()->fast->create_publisher(eprosima::fastdds::dds::PUBLISHER_QOS_DEFAULT);
+    DDSPublisher* publisher = participant->create_publisher(DDS_PublisherQos(), nullptr, 0);
     ASSERT_NE(publisher, nullptr);
     EXPECT_EQ(factory->delete_participant(participant), DDS_RETCODE_PRECONDITION_NOT_MET);
-    participant->impl()->fast->delete_publisher(publisher);
+    EXPECT_EQ(participant->delete_publisher(publisher), DDS_RETCODE_OK);
+
+    // Entities made with Fast DDS directly count too.
+    auto* fast_publisher =
+        participant->impl()->fast->create_publisher(eprosima::fastdds::dds::PUBLISHER_QOS_DEFAULT);
+    ASSERT_NE(fast_publisher, nullptr);
+    EXPECT_EQ(factory->delete_participant(participant), DDS_RETCODE_PRECONDITION_NOT_MET);
+    participant->impl()->fast->delete_publisher(fast_publisher);
     EXPECT_EQ(factory->delete_participant(participant), DDS_RETCODE_OK);
 }
 
