@@ -51,6 +51,45 @@ bool setTransportProperty(DDSDomainParticipant* participant, DDS_TransportBuilti
     return true;
 }
 
+// Starts `property` afresh from the transport's defaults, reads the participant's values into it
+// (unchecked), sets the TTL and the message size (with both socket buffers) that are given, and
+// writes it back.
+bool tuneUdp(DDSDomainParticipant* participant, DDS_TransportBuiltinKind kind, const char* name,
+             int ttl, int messageSizeMax, DDS_BuiltinTransportProperty_t& property) {
+    DDSTransportSupport::get_default_builtin_transport_property(kind, property);
+    DDSTransportSupport::get_builtin_transport_property(participant, kind, property);
+    if (ttl != -1) {
+        std::printf("Changing %s TTL from %d to %d\n", name, property.multicast_ttl, ttl);
+        property.multicast_ttl = ttl;
+    }
+    if (messageSizeMax > 0) {
+        std::printf("Changing %s message size max from %d to %d\n", name, property.message_size_max,
+                    messageSizeMax);
+        property.message_size_max = messageSizeMax;
+        property.recv_socket_buffer_size = messageSizeMax;
+        property.send_socket_buffer_size = messageSizeMax;
+    }
+    return setTransportProperty(participant, kind, property);
+}
+
+struct DefaultQosStep {
+    DDS_ReturnCode_t (DDSDomainParticipant::*set)(const char*, const char*);
+    const char* failure;
+};
+
+const DefaultQosStep DEFAULT_QOS_STEPS[] = {
+    {&DDSDomainParticipant::set_default_topic_qos_with_profile,
+     "KESTAgent: set_default_topic_qos_with_profile %d\n"},
+    {&DDSDomainParticipant::set_default_subscriber_qos_with_profile,
+     "KESTAgent: set_default_subscriber_qos_with_profile %d\n"},
+    {&DDSDomainParticipant::set_default_datareader_qos_with_profile,
+     "KESTAgent: set_default_datareader_qos_with_profile %d\n"},
+    {&DDSDomainParticipant::set_default_publisher_qos_with_profile,
+     "KESTAgent: set_default_publisher_qos_with_profile %d\n"},
+    {&DDSDomainParticipant::set_default_datawriter_qos_with_profile,
+     "KESTAgent: set_default_datawriter_qos_with_profile %d\n"},
+};
+
 // Twice a size, wrapping around as 32-bit arithmetic does rather than overflowing.
 int twice(int size) {
     return static_cast<int>(2u * static_cast<unsigned>(size));
@@ -223,66 +262,24 @@ bool KestAgent::createDomainParticipant() {
         return false;
     }
 
-    // Every child entity defaults to the selected profile.
-    rc = participant->set_default_topic_qos_with_profile(libraryName, profileName);
-    if (rc != DDS_RETCODE_OK) {
-        if (theVerbosity > 0) {
-            std::printf("KESTAgent: set_default_topic_qos_with_profile %d\n", rc);
+    // Every child entity defaults to the selected profile; the first failure stops.
+    for (const DefaultQosStep& step : DEFAULT_QOS_STEPS) {
+        rc = (participant->*step.set)(libraryName, profileName);
+        if (rc != DDS_RETCODE_OK) {
+            if (theVerbosity > 0) {
+                std::printf(step.failure, rc);
+            }
+            return false;
         }
-        return false;
-    }
-    rc = participant->set_default_subscriber_qos_with_profile(libraryName, profileName);
-    if (rc != DDS_RETCODE_OK) {
-        if (theVerbosity > 0) {
-            std::printf("KESTAgent: set_default_subscriber_qos_with_profile %d\n", rc);
-        }
-        return false;
-    }
-    rc = participant->set_default_datareader_qos_with_profile(libraryName, profileName);
-    if (rc != DDS_RETCODE_OK) {
-        if (theVerbosity > 0) {
-            std::printf("KESTAgent: set_default_datareader_qos_with_profile %d\n", rc);
-        }
-        return false;
-    }
-    rc = participant->set_default_publisher_qos_with_profile(libraryName, profileName);
-    if (rc != DDS_RETCODE_OK) {
-        if (theVerbosity > 0) {
-            std::printf("KESTAgent: set_default_publisher_qos_with_profile %d\n", rc);
-        }
-        return false;
-    }
-    rc = participant->set_default_datawriter_qos_with_profile(libraryName, profileName);
-    if (rc != DDS_RETCODE_OK) {
-        if (theVerbosity > 0) {
-            std::printf("KESTAgent: set_default_datawriter_qos_with_profile %d\n", rc);
-        }
-        return false;
     }
 
     // Transport tuning, on the participant that is not enabled yet. Each block starts from
     // the transport's defaults, then reads the participant's values; the reads are not
     // checked. The "Changing ..." lines print at every verbosity.
-    if (discoveryTTL != -1 || msgMaxSize > 0) {
-        DDSTransportSupport::get_default_builtin_transport_property(DDS_TRANSPORTBUILTIN_UDPv4,
-                                                                    transportProperty);
-        DDSTransportSupport::get_builtin_transport_property(participant, DDS_TRANSPORTBUILTIN_UDPv4,
-                                                            transportProperty);
-        if (discoveryTTL != -1) {
-            std::printf("Changing UDPv4 TTL from %d to %d\n", transportProperty.multicast_ttl,
-                        discoveryTTL);
-            transportProperty.multicast_ttl = discoveryTTL;
-        }
-        if (msgMaxSize > 0) {
-            std::printf("Changing UDPv4 message size max from %d to %d\n",
-                        transportProperty.message_size_max, msgMaxSize);
-            transportProperty.message_size_max = msgMaxSize;
-            transportProperty.recv_socket_buffer_size = msgMaxSize;
-            transportProperty.send_socket_buffer_size = msgMaxSize;
-        }
-        if (!setTransportProperty(participant, DDS_TRANSPORTBUILTIN_UDPv4, transportProperty)) {
-            return false;
-        }
+    if ((discoveryTTL != -1 || msgMaxSize > 0) &&
+        !tuneUdp(participant, DDS_TRANSPORTBUILTIN_UDPv4, "UDPv4", discoveryTTL, msgMaxSize,
+                 transportProperty)) {
+        return false;
     }
 
     if (msgMaxSize > 0 || shmRcvSize > 0) {
@@ -316,26 +313,11 @@ bool KestAgent::createDomainParticipant() {
         }
     }
 
-    if ((discoveryTTL != -1 || msgMaxSize > 0) && (transportMask & DDS_TRANSPORTBUILTIN_UDPv6)) {
-        DDSTransportSupport::get_default_builtin_transport_property(DDS_TRANSPORTBUILTIN_UDPv6,
-                                                                    transportProperty);
-        DDSTransportSupport::get_builtin_transport_property(participant, DDS_TRANSPORTBUILTIN_UDPv6,
-                                                            transportProperty);
-        if (discoveryTTL != -1) {
-            std::printf("Changing UDPv6 TTL from %d to %d\n", transportProperty.multicast_ttl,
-                        discoveryTTL);
-            transportProperty.multicast_ttl = discoveryTTL;
-        }
-        if (msgMaxSize > 0) {
-            std::printf("Changing UDPv6 message size max from %d to %d\n",
-                        transportProperty.message_size_max, msgMaxSize);
-            transportProperty.message_size_max = msgMaxSize;
-            transportProperty.recv_socket_buffer_size = msgMaxSize;
-            transportProperty.send_socket_buffer_size = msgMaxSize;
-        }
-        if (!setTransportProperty(participant, DDS_TRANSPORTBUILTIN_UDPv6, transportProperty)) {
-            return false;
-        }
+    // Only this block looks at the mask.
+    if ((discoveryTTL != -1 || msgMaxSize > 0) && (transportMask & DDS_TRANSPORTBUILTIN_UDPv6) &&
+        !tuneUdp(participant, DDS_TRANSPORTBUILTIN_UDPv6, "UDPv6", discoveryTTL, msgMaxSize,
+                 transportProperty)) {
+        return false;
     }
 
     rc = participant->enable();

@@ -44,80 +44,88 @@ DDS_DomainId_t DDSDomainParticipant::get_domain_id() {
     return impl_->domain_id;
 }
 
-DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos_with_profile(
-    const char* library_name, const char* profile_name) {
-    qordds::QosProfileRef found = qordds::find_loaded_profile(
-        library_name, profile_name, "DDSDomainParticipant::set_default_topic_qos_with_profile");
+namespace {
+
+// Makes `read`'s QoS of the profile a default of the participant, through `keep`.
+template <class Qos, class Read, class Keep>
+DDS_ReturnCode_t set_default_with_profile(DDSDomainParticipant::Impl& impl, const char* library,
+                                          const char* profile, const char* context, Read read,
+                                          Keep keep) {
+    qordds::QosProfileRef found = qordds::find_loaded_profile(library, profile, context);
     if (found.profile == nullptr) {
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    DDS_TopicQos qos;
-    qordds::profile_topic_qos(*found.profile, nullptr, qos);
-    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
-    impl_->defaults.topic = qos;
-    impl_->defaults.topic_profile = found;
+    Qos qos;
+    read(*found.profile, qos);
+    std::lock_guard<std::recursive_mutex> lock(impl.mutex);
+    keep(qos, found);
     return DDS_RETCODE_OK;
+}
+
+}  // namespace
+
+DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos_with_profile(
+    const char* library_name, const char* profile_name) {
+    return set_default_with_profile<DDS_TopicQos>(
+        *impl_, library_name, profile_name,
+        "DDSDomainParticipant::set_default_topic_qos_with_profile",
+        [](const qordds::QosProfile& profile, DDS_TopicQos& qos) {
+            qordds::profile_topic_qos(profile, nullptr, qos);
+        },
+        [&](const DDS_TopicQos& qos, const qordds::QosProfileRef& found) {
+            impl_->defaults.topic = qos;
+            impl_->defaults.topic_profile = found;
+        });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_publisher_qos_with_profile(
     const char* library_name, const char* profile_name) {
-    qordds::QosProfileRef found = qordds::find_loaded_profile(
-        library_name, profile_name, "DDSDomainParticipant::set_default_publisher_qos_with_profile");
-    if (found.profile == nullptr) {
-        return DDS_RETCODE_BAD_PARAMETER;
-    }
-    DDS_PublisherQos qos;
-    qordds::profile_publisher_qos(*found.profile, qos);
-    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
-    impl_->defaults.publisher = qos;
-    return DDS_RETCODE_OK;
+    return set_default_with_profile<DDS_PublisherQos>(
+        *impl_, library_name, profile_name,
+        "DDSDomainParticipant::set_default_publisher_qos_with_profile",
+        qordds::profile_publisher_qos,
+        [&](const DDS_PublisherQos& qos, const qordds::QosProfileRef&) {
+            impl_->defaults.publisher = qos;
+        });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_subscriber_qos_with_profile(
     const char* library_name, const char* profile_name) {
-    qordds::QosProfileRef found = qordds::find_loaded_profile(
-        library_name, profile_name,
-        "DDSDomainParticipant::set_default_subscriber_qos_with_profile");
-    if (found.profile == nullptr) {
-        return DDS_RETCODE_BAD_PARAMETER;
-    }
-    DDS_SubscriberQos qos;
-    qordds::profile_subscriber_qos(*found.profile, qos);
-    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
-    impl_->defaults.subscriber = qos;
-    return DDS_RETCODE_OK;
+    return set_default_with_profile<DDS_SubscriberQos>(
+        *impl_, library_name, profile_name,
+        "DDSDomainParticipant::set_default_subscriber_qos_with_profile",
+        qordds::profile_subscriber_qos,
+        [&](const DDS_SubscriberQos& qos, const qordds::QosProfileRef&) {
+            impl_->defaults.subscriber = qos;
+        });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_datawriter_qos_with_profile(
     const char* library_name, const char* profile_name) {
-    qordds::QosProfileRef found = qordds::find_loaded_profile(
-        library_name, profile_name,
-        "DDSDomainParticipant::set_default_datawriter_qos_with_profile");
-    if (found.profile == nullptr) {
-        return DDS_RETCODE_BAD_PARAMETER;
-    }
-    DDS_DataWriterQos qos;
-    qordds::profile_datawriter_qos(*found.profile, nullptr, qos);
-    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
-    impl_->defaults.datawriter = qos;
-    impl_->defaults.datawriter_profile = found;
-    return DDS_RETCODE_OK;
+    return set_default_with_profile<DDS_DataWriterQos>(
+        *impl_, library_name, profile_name,
+        "DDSDomainParticipant::set_default_datawriter_qos_with_profile",
+        [](const qordds::QosProfile& profile, DDS_DataWriterQos& qos) {
+            qordds::profile_datawriter_qos(profile, nullptr, qos);
+        },
+        [&](const DDS_DataWriterQos& qos, const qordds::QosProfileRef& found) {
+            impl_->defaults.datawriter = qos;
+            impl_->defaults.datawriter_profile = found;
+        });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos_with_profile(
     const char* library_name, const char* profile_name) {
-    qordds::QosProfileRef found = qordds::find_loaded_profile(
-        library_name, profile_name,
-        "DDSDomainParticipant::set_default_datareader_qos_with_profile");
-    if (found.profile == nullptr) {
-        return DDS_RETCODE_BAD_PARAMETER;
-    }
-    DDS_DataReaderQos qos;
-    qordds::profile_datareader_qos(*found.profile, nullptr, qos);
-    std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
-    impl_->defaults.datareader = qos;
-    impl_->defaults.datareader_profile = found;
-    return DDS_RETCODE_OK;
+    return set_default_with_profile<DDS_DataReaderQos>(
+        *impl_, library_name, profile_name,
+        "DDSDomainParticipant::set_default_datareader_qos_with_profile",
+        [](const qordds::QosProfile& profile, DDS_DataReaderQos& qos) {
+            qordds::profile_datareader_qos(profile, nullptr, qos);
+        },
+        [&](const DDS_DataReaderQos& qos, const qordds::QosProfileRef& found) {
+            impl_->defaults.datareader = qos;
+            impl_->defaults.datareader_profile = found;
+        });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos(DDS_TopicQos& qos) {

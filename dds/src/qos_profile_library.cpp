@@ -195,34 +195,10 @@ class QosProfileLoader {
         library_.documents_.push_back(std::move(document));
     }
 
-    template <class Handler>
-    void each_child(const XMLElement& parent, XmlProblems& problems, Handler handle) {
-        for (const XMLNode* node = parent.FirstChild(); node != nullptr;
-             node = node->NextSibling()) {
-            const XMLElement* child = node->ToElement();
-            if (child != nullptr && !handle(*child)) {
-                problems.at(*child, "unknown element <%s> in <%s>", child->Name(), parent.Name());
-            } else if (node->ToText() != nullptr &&
-                       node->Value()[std::strspn(node->Value(), " \t\r\n")] != '\0') {
-                problems.at(*node, "unexpected text in <%s>", parent.Name());
-            }
-        }
-    }
-
-    // `name` is required; nothing but `allowed` may appear.
+    // The required name attribute; nothing but the `allowed` attributes may appear.
     const char* checked_name(const XMLElement& element, std::initializer_list<const char*> allowed,
                              XmlProblems& problems) {
-        for (const tinyxml2::XMLAttribute* attribute = element.FirstAttribute();
-             attribute != nullptr; attribute = attribute->Next()) {
-            bool known = is(attribute->Name(), "name");
-            for (const char* name : allowed) {
-                known = known || is(attribute->Name(), name);
-            }
-            if (!known) {
-                problems.at(element, "unknown attribute '%s' of <%s>", attribute->Name(),
-                            element.Name());
-            }
-        }
+        check_attributes(element, allowed, problems);
         const char* name = element.Attribute("name");
         if (name == nullptr || name[0] == '\0') {
             problems.at(element, "<%s> has no name", element.Name());
@@ -232,7 +208,7 @@ class QosProfileLoader {
     }
 
     void load_library(const XMLElement& element, XmlProblems& problems) {
-        const char* library = checked_name(element, {}, problems);
+        const char* library = checked_name(element, {"name"}, problems);
         each_child(element, problems, [&](const XMLElement& child) {
             if (!is(child.Name(), "qos_profile")) {
                 return false;
@@ -245,7 +221,7 @@ class QosProfileLoader {
     }
 
     void load_profile(const char* library, const XMLElement& element, XmlProblems& problems) {
-        const char* name = checked_name(element, {"base_name", "is_default_qos"}, problems);
+        const char* name = checked_name(element, {"name", "base_name", "is_default_qos"}, problems);
         if (name == nullptr) {
             return;
         }

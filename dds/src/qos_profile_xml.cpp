@@ -170,21 +170,9 @@ class Reader {
 
     bool ok() const { return problems_.count() == start_; }
 
-    // Calls `handle` for each child element; those it does not take are unknown elements.
     template <class Handler>
     void children(const XMLElement& parent, Handler handle) {
-        for (const XMLNode* node = parent.FirstChild(); node != nullptr;
-             node = node->NextSibling()) {
-            if (const XMLElement* child = node->ToElement()) {
-                if (!handle(*child)) {
-                    problems_.at(*child, "unknown element <%s> in <%s>", child->Name(),
-                                 parent.Name());
-                }
-            } else if (node->ToText() != nullptr && !blank(node->Value())) {
-                problems_.at(*node, "unexpected text '%s' in <%s>", trim(node->Value()).c_str(),
-                             parent.Name());
-            }
-        }
+        each_child(parent, problems_, handle);
     }
 
     bool text(const XMLElement& element, std::string& text) {
@@ -332,19 +320,8 @@ class Reader {
         target = value;
     }
 
-    // Only the attributes in `allowed`; nothing else is understood.
     void attributes(const XMLElement& element, std::initializer_list<const char*> allowed) {
-        for (const tinyxml2::XMLAttribute* attribute = element.FirstAttribute();
-             attribute != nullptr; attribute = attribute->Next()) {
-            bool known = false;
-            for (const char* name : allowed) {
-                known = known || is(attribute->Name(), name);
-            }
-            if (!known) {
-                problems_.at(element, "unknown attribute '%s' of <%s>", attribute->Name(),
-                             element.Name());
-            }
-        }
+        check_attributes(element, allowed, problems_);
     }
 
     XmlProblems& problems() { return problems_; }
@@ -697,6 +674,35 @@ bool read_participant_policy(Reader& reader, const XMLElement& child,
 }
 
 }  // namespace
+
+void each_child(const XMLElement& parent, XmlProblems& problems,
+                const std::function<bool(const XMLElement&)>& take) {
+    for (const XMLNode* node = parent.FirstChild(); node != nullptr; node = node->NextSibling()) {
+        if (const XMLElement* child = node->ToElement()) {
+            if (!take(*child)) {
+                problems.at(*child, "unknown element <%s> in <%s>", child->Name(), parent.Name());
+            }
+        } else if (node->ToText() != nullptr && !blank(node->Value())) {
+            problems.at(*node, "unexpected text '%s' in <%s>", trim(node->Value()).c_str(),
+                        parent.Name());
+        }
+    }
+}
+
+void check_attributes(const XMLElement& element, std::initializer_list<const char*> allowed,
+                      XmlProblems& problems) {
+    for (const tinyxml2::XMLAttribute* attribute = element.FirstAttribute(); attribute != nullptr;
+         attribute = attribute->Next()) {
+        bool known = false;
+        for (const char* name : allowed) {
+            known = known || is(attribute->Name(), name);
+        }
+        if (!known) {
+            problems.at(element, "unknown attribute '%s' of <%s>", attribute->Name(),
+                        element.Name());
+        }
+    }
+}
 
 bool parse_boolean(const std::string& text, bool& value) {
     long long named = 0;

@@ -3,6 +3,8 @@
 #define QOR_DDS_SRC_QOS_PROFILE_XML_H
 
 #include <cstdarg>
+#include <functional>
+#include <initializer_list>
 #include <string>
 
 #include "dds/qos.h"
@@ -49,6 +51,15 @@ bool read_datawriter_qos(const tinyxml2::XMLElement& element, DDS_DataWriterQos&
                          XmlProblems& problems);
 bool read_datareader_qos(const tinyxml2::XMLElement& element, DDS_DataReaderQos& qos,
                          XmlProblems& problems);
+
+// Calls `take` for each child element of `parent`; a child it does not take is reported as an
+// unknown element, and text between the children as unexpected.
+void each_child(const tinyxml2::XMLElement& parent, XmlProblems& problems,
+                const std::function<bool(const tinyxml2::XMLElement&)>& take);
+
+// Reports each attribute of `element` whose name is not in `allowed`.
+void check_attributes(const tinyxml2::XMLElement& element,
+                      std::initializer_list<const char*> allowed, XmlProblems& problems);
 
 // A boolean attribute value: true, false, 1 or 0 (DDS_BOOLEAN_TRUE and _FALSE, with or
 // without the DDS_ prefix, too).
