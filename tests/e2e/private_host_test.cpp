@@ -1,5 +1,6 @@
 // The harness itself: hosts are isolated from each other and from this machine, and connect()
 // gives two of them a working network.
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -58,6 +59,18 @@ TEST(PrivateHost, CapturesOutputExitStatusSignalsAndTimeouts) {
     EXPECT_FALSE(endless->wait(0.2));
     EXPECT_TRUE(endless->timedOut());
     EXPECT_FALSE(endless->running());
+}
+
+TEST(PrivateHost, SanitizerReportsFailTheTest) {
+    EXPECT_NONFATAL_FAILURE(
+        {
+            qortest::PrivateHost host;
+            auto process = host.start({"sh", "-c",
+                                       "echo '==1==ERROR: LeakSanitizer: detected memory "
+                                       "leaks' >&2; exit 1"});
+            process->wait(10);
+        },
+        "sanitizer report");
 }
 
 }  // namespace

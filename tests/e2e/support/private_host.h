@@ -25,7 +25,8 @@
 //   EXPECT_EQ(0, run.exitStatus);
 //
 // Every process a host starts is killed when its handle or the host goes away, and when the
-// test process dies, so nothing outlives a test.
+// test process dies, so nothing outlives a test. A sanitizer report on a process's standard
+// error fails the running test by itself.
 #ifndef QOR_TESTS_E2E_SUPPORT_PRIVATE_HOST_H
 #define QOR_TESTS_E2E_SUPPORT_PRIVATE_HOST_H
 
