@@ -58,6 +58,31 @@ Lines body(const std::string& output) {
     return Lines(lines.begin() + 3, lines.end());
 }
 
+// Outputs of a hundred thousand lines are too long to print, and far too long to diff.
+std::string shown(const Lines& lines) {
+    return lines.size() <= 200 ? joined(lines) : std::string("(too long to show)\n");
+}
+
+// Names the first line where `seen` departs from `wanted`, with the lines around it.
+void expectSameLines(const Lines& seen, const Lines& wanted, const Lines& all) {
+    size_t i = 0;
+    while (i < seen.size() && i < wanted.size() && seen[i] == wanted[i]) {
+        ++i;
+    }
+    if (i == seen.size() && i == wanted.size()) {
+        return;
+    }
+    auto at = [&](size_t k) { return seen.begin() + static_cast<long>(std::min(k, seen.size())); };
+    ADD_FAILURE() << "line " << i << " of a stream is "
+                  << (i < seen.size() ? "\"" + seen[i] + "\"" : std::string("missing"))
+                  << ", expected "
+                  << (i < wanted.size() ? "\"" + wanted[i] + "\"" : std::string("nothing more"))
+                  << " (" << seen.size() << " lines seen, " << wanted.size()
+                  << " expected); the stream around it:\n"
+                  << joined(Lines(at(i < 5 ? 0 : i - 5), at(i + 5))) << "whole output:\n"
+                  << shown(all);
+}
+
 // Expects `lines` to be an interleaving of the streams: every stream's lines appear in its
 // order, and no other line appears. A line may belong to one stream only.
 void expectInterleaving(const Lines& lines, const std::vector<Lines>& streams) {
@@ -78,12 +103,15 @@ void expectInterleaving(const Lines& lines, const std::vector<Lines>& streams) {
             seen[it->second].push_back(line);
         }
     }
-    EXPECT_TRUE(stray.empty()) << "unexpected lines:\n"
-                               << joined(stray) << "in:\n"
-                               << joined(lines);
+    if (!stray.empty()) {
+        ADD_FAILURE() << stray.size() << " unexpected lines, the first:\n"
+                      << joined(
+                             Lines(stray.begin(), stray.begin() + std::min<long>(20, stray.size())))
+                      << "in:\n"
+                      << shown(lines);
+    }
     for (size_t s = 0; s < streams.size(); ++s) {
-        EXPECT_EQ(joined(seen[s]), joined(streams[s])) << "stream " << s << " in:\n"
-                                                       << joined(lines);
+        expectSameLines(seen[s], streams[s], lines);
     }
 }
 
