@@ -67,15 +67,6 @@ TEST(CommandLine, BadOptionsStopWithTheirMessagesAndExitZero) {
         {{"-domainId", "3 4"},
          "Missing or mal-formed value following argument '-domainId'\n"
          "QOR Solvane DDS Ping: Error in parameter '3 4'\n"},
-        {{"-participantPartition", "-peer"},
-         "Missing or invalid partition '-peer' following the -participantPartition option\n"
-         "QOR Solvane DDS Ping: Error in parameter '-participantPartition'\n"},
-        {{"-durability", "transient_local"},
-         "Invalid value for -durability. Acceptable values are: VOLATILE | TRANSIENT_LOCAL\n"
-         "QOR Solvane DDS Ping: Error in parameter 'transient_local'\n"},
-        {{"-reliable", "-multicast"},
-         "Missing value for argument '-multicast'\n"
-         "QOR Solvane DDS Ping: Error in parameter '-multicast'\n"},
     };
     for (const Case& c : cases) {
         qortest::RunResult run = qortest::runPing(c.arguments);

@@ -207,21 +207,4 @@ TEST(ConvertFromFloat, TruncatesInSinglePrecision) {
     }
 }
 
-TEST(PrintOption, LaysOutFixedColumnsAndCutsLongEntries) {
-    EXPECT_EQ(
-        std::string("    -help") + std::string(23, ' ') + "- Prints this page and exits    \n",
-        captureStdout([] {
-            KestAgent::printOption("help", "Prints this page and exits", nullptr, nullptr);
-        }));
-    EXPECT_EQ("    -domainId  <domainId>       - Sets the domainId (default 0)\n",
-              captureStdout([] {
-                  KestAgent::printOption("domainId", "Sets the domainId", "domainId", "default 0");
-              }));
-    EXPECT_EQ("    -participantPartiti  <part  - Adds    \n", captureStdout([] {
-                  KestAgent::printOption("participantPartition", "Adds", "partition", nullptr);
-              }));
-    EXPECT_EQ(std::string(34, ' ') + "more\n",
-              captureStdout([] { KestAgent::addToOption("more"); }));
-}
-
 }  // namespace

@@ -3,7 +3,7 @@
 #ifndef QOR_TESTS_UNIT_AGENT_FRAME_TEST_SUPPORT_H
 #define QOR_TESTS_UNIT_AGENT_FRAME_TEST_SUPPORT_H
 
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <functional>
@@ -13,31 +13,13 @@
 #include "agent/kestAgent.h"
 #include "dds/version.h"
 #include "kestping/kestPingAgent.h"
+#include "tests/unit/support/capture_stdout.h"
 
 namespace frametest {
 
 const char* const TITLE = "QOR Solvane DDS Ping";
 
-// Everything `action` writes to standard output.
-inline std::string captureStdout(const std::function<void()>& action) {
-    std::fflush(stdout);
-    std::FILE* capture = std::tmpfile();
-    int saved = dup(STDOUT_FILENO);
-    dup2(fileno(capture), STDOUT_FILENO);
-    action();
-    std::fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    std::string text;
-    std::rewind(capture);
-    char buffer[4096];
-    size_t count;
-    while ((count = std::fread(buffer, 1, sizeof buffer, capture)) > 0) {
-        text.append(buffer, count);
-    }
-    std::fclose(capture);
-    return text;
-}
+using qortest::captureStdout;
 
 inline std::string header() {
     DDS_ProductVersion_t version = DDS_get_product_version();
@@ -128,6 +110,38 @@ inline ParseResult parse(KestAgent& agent, const std::vector<std::string>& argum
                         ? output.substr(expectedHeader.size())
                         : "(no header) " + output;
     return result;
+}
+
+inline std::string errorIn(const std::string& argument) {
+    return std::string(TITLE) + ": Error in parameter '" + argument + "'\n";
+}
+
+// One run of the option loop: the arguments, whether the loop accepted them, what it printed
+// after the header, and a look at the settings afterwards.
+template <class Agent>
+struct OptionCase {
+    std::vector<std::string> arguments;
+    bool accepted;
+    std::string output;
+    std::function<void(Agent&)> check;
+};
+
+template <class Agent>
+void expectOptionCases(const std::vector<OptionCase<Agent>>& cases) {
+    for (const OptionCase<Agent>& c : cases) {
+        std::string trace;
+        for (const std::string& argument : c.arguments) {
+            trace += argument + " ";
+        }
+        SCOPED_TRACE(trace);
+        Agent agent;
+        ParseResult result = parse(agent, c.arguments);
+        EXPECT_EQ(c.accepted, result.accepted);
+        EXPECT_EQ(c.output, result.output);
+        if (c.check) {
+            c.check(agent);
+        }
+    }
 }
 
 }  // namespace frametest

@@ -2,7 +2,6 @@
 // rejected value's message, and the "Error in parameter" line naming the right argument.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,32 +12,11 @@ namespace {
 using frametest::FrameAgent;
 using frametest::parse;
 
-std::string errorIn(const std::string& argument) {
-    return "QOR Solvane DDS Ping: Error in parameter '" + argument + "'\n";
-}
-
-struct Case {
-    std::vector<std::string> arguments;
-    bool accepted;
-    std::string output;
-    std::function<void(FrameAgent&)> check;
-};
+using frametest::errorIn;
+using Case = frametest::OptionCase<FrameAgent>;
 
 void expectCases(const std::vector<Case>& cases) {
-    for (const Case& c : cases) {
-        std::string trace;
-        for (const std::string& argument : c.arguments) {
-            trace += argument + " ";
-        }
-        SCOPED_TRACE(trace);
-        FrameAgent agent;
-        frametest::ParseResult result = parse(agent, c.arguments);
-        EXPECT_EQ(c.accepted, result.accepted);
-        EXPECT_EQ(c.output, result.output);
-        if (c.check) {
-            c.check(agent);
-        }
-    }
+    frametest::expectOptionCases(cases);
 }
 
 TEST(GenericOptions, AbbreviationsGoToTheFirstOptionInOrder) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,32 +13,11 @@ namespace {
 using frametest::parse;
 using frametest::PingAgent;
 
-std::string errorIn(const std::string& argument) {
-    return "QOR Solvane DDS Ping: Error in parameter '" + argument + "'\n";
-}
-
-struct Case {
-    std::vector<std::string> arguments;
-    bool accepted;
-    std::string output;
-    std::function<void(PingAgent&)> check;
-};
+using frametest::errorIn;
+using Case = frametest::OptionCase<PingAgent>;
 
 void expectCases(const std::vector<Case>& cases) {
-    for (const Case& c : cases) {
-        std::string trace;
-        for (const std::string& argument : c.arguments) {
-            trace += argument + " ";
-        }
-        SCOPED_TRACE(trace);
-        PingAgent agent;
-        frametest::ParseResult result = parse(agent, c.arguments);
-        EXPECT_EQ(c.accepted, result.accepted);
-        EXPECT_EQ(c.output, result.output);
-        if (c.check) {
-            c.check(agent);
-        }
-    }
+    frametest::expectOptionCases(cases);
 }
 
 TEST(PingOptions, GenericOptionsWinSharedAbbreviations) {

@@ -1,11 +1,9 @@
 // The logger: Fast DDS's entries and the binding's own come out as whole, uncoloured lines on
 // standard output, filtered by the verbosity mask and laid out by the print format.
 #include <gtest/gtest.h>
-#include <unistd.h>
 #include <fastdds/dds/log/Log.hpp>
 
 #include <cstdio>
-#include <functional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -14,30 +12,13 @@
 
 #include "dds/logger.h"
 #include "dds/src/log.h"
+#include "tests/unit/support/capture_stdout.h"
 
 namespace {
 
 namespace fd = eprosima::fastdds::dds;
 
-std::string captureStdout(const std::function<void()>& action) {
-    std::fflush(stdout);
-    std::FILE* capture = std::tmpfile();
-    int saved = dup(STDOUT_FILENO);
-    dup2(fileno(capture), STDOUT_FILENO);
-    action();
-    std::fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    std::string text;
-    std::rewind(capture);
-    char buffer[4096];
-    size_t count;
-    while ((count = std::fread(buffer, 1, sizeof buffer, capture)) > 0) {
-        text.append(buffer, count);
-    }
-    std::fclose(capture);
-    return text;
-}
+using qortest::captureStdout;
 
 // A Fast DDS entry as its macros raise it, written out before returning.
 void fastEntry(fd::Log::Kind kind, const std::string& message) {
