@@ -6,7 +6,8 @@
 // only, never from Fast DDS, so no lock of the binding is ever held while calling into Fast
 // DDS, and the order Fast DDS delivered is the order the application sees.
 //
-// Listener callbacks of one reader are made one at a time, with the typed reader.
+// Listener callbacks of one reader are made one at a time, with the typed reader. A reader
+// is deleted from outside its own callbacks: deletion waits for the callbacks under way.
 #ifndef QOR_DDS_SRC_DATA_READER_H
 #define QOR_DDS_SRC_DATA_READER_H
 

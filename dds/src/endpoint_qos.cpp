@@ -4,6 +4,7 @@
 #include <fastrtps/utils/IPLocator.h>
 
 #include <cctype>
+#include <cstdint>
 #include <string>
 
 #include "dds/src/fast_conversions.h"
@@ -16,6 +17,14 @@ using eprosima::fastrtps::rtps::Locator_t;
 namespace qordds {
 
 namespace {
+
+uint64_t nanoseconds(const DDS_Duration_t& duration) {
+    if (duration == DDS_DURATION_INFINITE) {
+        return UINT64_MAX;
+    }
+    return static_cast<uint64_t>(duration.sec < 0 ? 0 : duration.sec) * 1000000000u +
+           duration.nanosec;
+}
 
 bool is_unlimited_or_positive(int32_t value) {
     return value == DDS_LENGTH_UNLIMITED || value > 0;
@@ -241,6 +250,12 @@ DDS_ReturnCode_t translate_reader_qos(const DDS_DataReaderQos& qos, fdds::DataRe
     DDS_ReturnCode_t result = check_history_and_limits(qos.history, qos.resource_limits, context);
     if (result != DDS_RETCODE_OK) {
         return result;
+    }
+    if (nanoseconds(qos.deadline.period) < nanoseconds(qos.time_based_filter.minimum_separation)) {
+        log(LogKind::Error, context,
+            "inconsistent QoS: the deadline period is shorter than the time-based filter's "
+            "minimum separation");
+        return DDS_RETCODE_INCONSISTENT_POLICY;
     }
     fast.durability().kind = to_fast(qos.durability.kind);
     fast.deadline().period = to_fast(qos.deadline.period);

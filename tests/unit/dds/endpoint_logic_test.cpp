@@ -454,13 +454,19 @@ TEST(EndpointQos, ReaderMulticastSettingsBecomeMulticastLocators) {
     EXPECT_TRUE(fast.endpoint().unicast_locator_list.empty());
 }
 
-TEST(EndpointQos, TimeBasedFilterIsCarried) {
+TEST(EndpointQos, TimeBasedFilterIsCarriedAndMustFitInTheDeadline) {
     DDS_DataReaderQos qos;
     qos.time_based_filter.minimum_separation = {0, 500000000};
     fdds::DataReaderQos fast;
     ASSERT_EQ(qordds::translate_reader_qos(qos, fast, "test"), DDS_RETCODE_OK);
     EXPECT_EQ(fast.time_based_filter().minimum_separation,
               eprosima::fastrtps::Duration_t(0, 500000000));
+    qos.deadline.period = {0, 500000000};
+    EXPECT_EQ(qordds::translate_reader_qos(qos, fast, "test"), DDS_RETCODE_OK);
+    qos.deadline.period = {0, 499999999};
+    DDSLogger::get_instance()->set_verbosity(DDS_LOG_VERBOSITY_SILENT);
+    EXPECT_EQ(qordds::translate_reader_qos(qos, fast, "test"), DDS_RETCODE_INCONSISTENT_POLICY);
+    DDSLogger::get_instance()->set_verbosity(DDS_LOG_VERBOSITY_ERROR);
 }
 
 // ---- Transport addresses ----
