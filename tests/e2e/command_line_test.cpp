@@ -116,12 +116,28 @@ TEST(CommandLine, VerbosityTwoPrintsBothSummariesBeforeTheRun) {
     EXPECT_TRUE(startsWith(run.output, expected("summary-verbosity-2.txt"))) << run.output;
 }
 
-TEST(CommandLine, VerbosityOnePrintsNoSummary) {
+TEST(CommandLine, VerbosityOnePrintsNoSummaryAndASuccessfulRunExitsOne) {
     qortest::RunResult run =
         qortest::runPing({"-verbosity", "1", "-numSamples", "1", "-sendPeriod", "0"});
     ASSERT_FALSE(run.timedOut);
-    EXPECT_TRUE(startsWith(run.output, HEADER)) << run.output;
+    EXPECT_TRUE(startsWith(run.output, HEADER + "Sending data...   value: 0000000 \n"))
+        << run.output;
     EXPECT_EQ(std::string::npos, run.output.find("Running ")) << run.output;
+    EXPECT_EQ(1, run.exitStatus);
+}
+
+// Fast DDS's own log lines come through the logger: none at all at level 0, and never in
+// colour.
+TEST(CommandLine, MiddlewareLogFollowsTheVerbosity) {
+    qortest::RunResult silent =
+        qortest::runPing({"-verbosity", "0", "-numSamples", "1", "-sendPeriod", "0"});
+    EXPECT_EQ(HEADER, silent.output);
+    EXPECT_EQ(1, silent.exitStatus);
+
+    qortest::RunResult verbose =
+        qortest::runPing({"-verbosity", "2", "-numSamples", "1", "-sendPeriod", "0"});
+    EXPECT_EQ(std::string::npos, verbose.output.find('\033')) << verbose.output;
+    EXPECT_EQ(1, verbose.exitStatus);
 }
 
 }  // namespace

@@ -83,7 +83,8 @@ class PrivateHost {
     PrivateHost(const PrivateHost&) = delete;
     PrivateHost& operator=(const PrivateHost&) = delete;
 
-    // Starts argv[0] (a path, or a name looked up in PATH) on this host.
+    // Starts argv[0] (a path, or a name looked up in PATH) on this host. The process is
+    // killed when the thread that started it ends, so start from the test's own thread.
     std::unique_ptr<Process> start(const std::vector<std::string>& argv);
     // Starts the qorddsping under test with these arguments.
     std::unique_ptr<Process> startPing(const std::vector<std::string>& arguments);
