@@ -6,25 +6,15 @@
 #include "dds/logger.h"
 
 int QORUtil_getKestVerbosityFromUtilVerbosity(int level) {
-    // Each tool level lets one more kind of middleware entry through.
-    switch (level) {
-        case 0:
-            return DDS_LOG_VERBOSITY_SILENT;
-        case 1:
-            return DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR;
-        case 2:
-            return DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR | DDS_LOG_VERBOSITY_WARNING;
-        case 3:
-            return DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR | DDS_LOG_VERBOSITY_WARNING |
-                   DDS_LOG_VERBOSITY_LOCAL_INFO;
-        case 4:
-            return DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR | DDS_LOG_VERBOSITY_WARNING |
-                   DDS_LOG_VERBOSITY_LOCAL_INFO | DDS_LOG_VERBOSITY_REMOTE_INFO;
-        default:
-            return DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR | DDS_LOG_VERBOSITY_WARNING |
-                   DDS_LOG_VERBOSITY_LOCAL_INFO | DDS_LOG_VERBOSITY_REMOTE_INFO |
-                   DDS_LOG_VERBOSITY_ALL_INFO;
+    // Cumulative: each tool level lets one more kind of middleware entry through, from
+    // 1 (fatal and errors, 0x03) to 5 (all information, 0x3F); unknown levels get everything.
+    if (level == 0) {
+        return DDS_LOG_VERBOSITY_SILENT;
     }
+    if (level < 1 || level > 5) {
+        level = 5;
+    }
+    return (2 << level) - 1;
 }
 
 bool KestAgent::execute(int argc, const char** argv) {
