@@ -1,5 +1,5 @@
 // Translating a participant's QoS for Fast DDS: peers, transports that Fast DDS accepts,
-// application ids, discovery plugins. Runs on a private host (peer names are resolved).
+// discovery plugins and transport masks. Runs on a private host (peer names are resolved).
 #include <gtest/gtest.h>
 
 #include <string>
@@ -142,15 +142,6 @@ TEST(BuiltinTransports, ValuesAreMadeWorkable) {
                               c.used.recv_socket_buffer_size, c.used.multicast_ttl,
                               c.used.receive_buffer_size, c.used.received_message_count_max}));
     }
-}
-
-TEST(ParticipantQosTranslation, ApplicationIdFillsTheLastFourBytesOfThePrefix) {
-    unsigned char prefix[12] = {1, 15, 2, 3, 4, 5, 6, 7, 9, 9, 9, 9};
-    qordds::put_app_id(DDS_RTPS_AUTO_ID, prefix);
-    EXPECT_EQ(std::vector<int>(prefix + 8, prefix + 12), (std::vector<int>{9, 9, 9, 9}));
-    qordds::put_app_id(0xA1B2C3D4u, prefix);
-    EXPECT_EQ(std::vector<int>(prefix, prefix + 12),
-              (std::vector<int>{1, 15, 2, 3, 4, 5, 6, 7, 0xA1, 0xB2, 0xC3, 0xD4}));
 }
 
 TEST(ParticipantQosTranslation, DiscoveryPluginsAndTransportMasks) {
