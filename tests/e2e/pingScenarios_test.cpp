@@ -198,9 +198,12 @@ std::unique_ptr<Process> startListening(PrivateHost& host, const Lines& argument
     return subscriber;
 }
 
+// Expects the process to end by itself with `status` and without a word on standard error,
+// where a sanitizer would report.
 void expectEnded(Process& process, int status = 1) {
     ASSERT_TRUE(process.wait(GENEROUS)) << process.output();
     EXPECT_EQ(process.exitStatus(), status) << process.output() << process.errors();
+    EXPECT_EQ(process.errors(), "");
 }
 
 // ---- Scenarios ----
