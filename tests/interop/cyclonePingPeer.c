@@ -145,6 +145,9 @@ static int publish(dds_entity_t participant, dds_entity_t topic, const struct op
         return 1;
     }
     printf("cyclone peer: matched\n");
+    /* The reader matches this writer a moment after the writer matched it; a best-effort
+     * sample sent in between would be lost. */
+    dds_sleepfor(DDS_MSECS(500));
     for (int issue = 0; issue < o->count; ++issue) {
         dds_return_t rc = send_issue(writer, issue, o->keys);
         if (rc != DDS_RETCODE_OK) {
