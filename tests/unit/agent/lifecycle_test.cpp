@@ -1,7 +1,11 @@
-// execute(): what runs, what is printed and what reaches the logger on each path.
+// execute(): from the process's arguments to the run, what is printed on each path and what
+// reaches the logger; and an agent's deletion.
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "dds/logger.h"
 #include "kestping/pingDataListener.h"
@@ -10,13 +14,23 @@
 
 namespace {
 
-using frametest::captureStdout;
-using frametest::FrameAgent;
+using frametest::header;
+using frametest::TestAgent;
 
 class Lifecycle : public ::testing::Test {
   protected:
     void TearDown() override { theVerbosity = 1; }
 };
+
+// A text of tests/e2e/expected, with the middleware's version filled in.
+std::string golden(const std::string& name) {
+    std::ifstream in(std::string(QOR_E2E_EXPECTED_DIR) + "/" + name, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    std::string golden = text.str();
+    const std::string marker = "@DDS_VERSION@";
+    return golden.replace(golden.find(marker), marker.size(), frametest::dotted("%d.%d.%d"));
+}
 
 TEST_F(Lifecycle, VerbosityLevelsMapToCumulativeLoggerMasks) {
     const int masks[] = {0x00, 0x03, 0x07, 0x0F, 0x1F, 0x3F, 0x3F};
@@ -26,86 +40,82 @@ TEST_F(Lifecycle, VerbosityLevelsMapToCumulativeLoggerMasks) {
     EXPECT_EQ(0x3F, QORUtil_getKestVerbosityFromUtilVerbosity(-1));
 }
 
-TEST_F(Lifecycle, NoOptionsRunsWithDefaultsAndNoSummary) {
-    FrameAgent agent;
-    bool result = false;
-    std::string output = captureStdout([&] { result = agent.execute(""); });
-    EXPECT_TRUE(result);
-    EXPECT_EQ(1, agent.runs);
-    EXPECT_EQ(frametest::header(), output);
-    EXPECT_EQ(1, theVerbosity);
-    EXPECT_EQ(0x03, DDSLogger::get_instance()->get_verbosity());
-    EXPECT_EQ(13330, DDSLogger::get_instance()->get_print_format());
-}
-
-TEST_F(Lifecycle, ParsedSettingsReachTheLoggerAndTheSummaryBeforeTheRun) {
-    FrameAgent agent;
-    const char* argv[] = {"qorddsping", "-verbosity", "3", "-LogFormat", "5"};
-    bool result = false;
-    std::string output = captureStdout([&] { result = agent.execute(5, argv); });
-    EXPECT_TRUE(result);
-    EXPECT_EQ(1, agent.runs);
-    EXPECT_EQ(3, theVerbosity);
-    EXPECT_EQ(0x0F, DDSLogger::get_instance()->get_verbosity());
-    EXPECT_EQ(5, DDSLogger::get_instance()->get_print_format());
-    EXPECT_EQ(frametest::header() + "Running QOR Solvane DDS Ping with the following options:\n",
-              output.substr(0, output.find('\n', frametest::header().size()) + 1));
+// The summary comes before the run from level 2 on; the logger gets the mask of the level and
+// the print format as given.
+TEST_F(Lifecycle, RunsWithTheSettingsHandedToTheLogger) {
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string output;
+        int verbosity, mask, format;
+    };
+    std::vector<std::string> thirtyOneAndAnEmptyOne(31, "-reliable");
+    thirtyOneAndAnEmptyOne.push_back("");
+    const Case cases[] = {
+        {{}, header(), 1, 0x03, 13330},
+        {{"-verbosity", "2", "-participantPartition", "A", "-participantPartition", "B",
+          "-numSamples", "1", "-sendPeriod", "0", "-LogFormat", "5"},
+         golden("summary-verbosity-2.txt"),
+         2,
+         0x07,
+         5},
+        // Empty arguments vanish, and so do not count: 31 arguments are the most a command
+        // line holds.
+        {{"", "-verbosity", "", "", "0", ""}, header(), 0, 0x00, 13330},
+        {thirtyOneAndAnEmptyOne, header(), 1, 0x03, 13330},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.arguments));
+        TestAgent agent;
+        EXPECT_EQ(c.output, agent.execute(c.arguments));
+        EXPECT_TRUE(agent.result);
+        EXPECT_EQ(1, agent.runs);
+        EXPECT_EQ(c.verbosity, theVerbosity);
+        EXPECT_EQ(c.mask, DDSLogger::get_instance()->get_verbosity());
+        EXPECT_EQ(c.format, DDSLogger::get_instance()->get_print_format());
+    }
 }
 
 TEST_F(Lifecycle, StopsBeforeTheRun) {
-    struct Case {
-        std::string command;
-        bool headerPrinted;
+    std::string usageWithDomain7 = golden("help.txt");
+    const std::string defaultDomain = "Sets the domainId (default 0)";
+    usageWithDomain7.replace(usageWithDomain7.find(defaultDomain), defaultDomain.size(),
+                             "Sets the domainId (default 7)");
+    const struct {
+        std::vector<std::string> arguments;
+        std::string output;
+    } cases[] = {
+        {{"-help"}, golden("help.txt")},
+        // A lone dash abbreviates the first option tested.
+        {{"-"}, golden("help.txt")},
+        // The page shows the settings parsed so far; nothing after -help is parsed.
+        {{"-domainId", "7", "-help", "-foo"}, usageWithDomain7},
+        {{"-v"},
+         header() + frametest::dotted("QOR KESTAGENT built with DDS version: %d.%d.%d (%s)\n")},
+        {{"-foo"}, header() + "QOR Solvane DDS Ping: Unrecognized parameter '-foo'\n"},
+        // Too many arguments, or too many characters, fail before the header.
+        {std::vector<std::string>(32, "-reliable"), ""},
+        {{"-domainTag", std::string(500, 'x')},
+         "Parameter length exceeds maximum allowed of 512\n"},
     };
-    std::string thirtyTwo;
-    for (int i = 0; i < 32; ++i) {
-        thirtyTwo += "\x02-reliable";
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.arguments[0]);
+        TestAgent agent;
+        EXPECT_EQ(c.output, agent.execute(c.arguments));
+        EXPECT_FALSE(agent.result);
+        EXPECT_EQ(0, agent.runs);
+        EXPECT_EQ(1, theVerbosity);
     }
-    const Case cases[] = {
-        {"\x02-help", true},           {"\x02-version", true}, {"\x02-foo", true},
-        {"\x02-domainId\x02-3", true}, {thirtyTwo, false},
-    };
-    for (const Case& c : cases) {
-        FrameAgent agent;
-        bool result = true;
-        std::string output = captureStdout([&] { result = agent.execute(c.command.c_str()); });
-        EXPECT_FALSE(result) << c.command;
-        EXPECT_EQ(0, agent.runs) << c.command;
-        EXPECT_EQ(c.headerPrinted, output.find(frametest::header()) == 0) << c.command;
-        EXPECT_EQ(1, theVerbosity) << c.command;
-    }
-}
-
-TEST_F(Lifecycle, TooLongArgumentsFailBeforeAnythingIsPrintedButTheReason) {
-    FrameAgent agent;
-    std::string longArgument(511, 'x');
-    const char* argv[] = {"qorddsping", "-domainTag", longArgument.c_str()};
-    bool result = true;
-    std::string output = captureStdout([&] { result = agent.execute(3, argv); });
-    EXPECT_FALSE(result);
-    EXPECT_EQ("Parameter length exceeds maximum allowed of 512\n", output);
-    EXPECT_EQ(0, agent.runs);
-}
-
-TEST_F(Lifecycle, DeletingAnAgentThatCreatedNothingPrintsNothing) {
-    FrameAgent* agent = new FrameAgent;
-    EXPECT_EQ("", captureStdout([&] { delete agent; }));
-    frametest::PingAgent* ping = new frametest::PingAgent;
-    EXPECT_EQ("", captureStdout([&] { delete ping; }));
 }
 
 // A start that failed half-way leaves listeners without endpoints; the sanitized build
 // reports them if the destructor forgets them.
-TEST_F(Lifecycle, ListenersLeftByAFailedStartAreReleased) {
-    class HalfStarted : public frametest::PingAgent {
-      public:
-        HalfStarted() {
-            dataWriterListener = new KESTPingDataWriterListener;
-            readerListener = new KestPingDataListener(false, false);
-        }
-    };
-    HalfStarted* agent = new HalfStarted;
-    EXPECT_EQ("", captureStdout([&] { delete agent; }));
+TEST_F(Lifecycle, DeletingAnAgentThatCreatedNothingPrintsNothing) {
+    TestAgent* plain = new TestAgent;
+    EXPECT_EQ("", frametest::captureStdout([&] { delete plain; }));
+    TestAgent* halfStarted = new TestAgent;
+    halfStarted->dataWriterListener = new KESTPingDataWriterListener;
+    halfStarted->readerListener = new KestPingDataListener(false, false);
+    EXPECT_EQ("", frametest::captureStdout([&] { delete halfStarted; }));
 }
 
 }  // namespace
