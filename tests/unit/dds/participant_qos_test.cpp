@@ -1,4 +1,4 @@
-// Translating a participant's QoS for Fast DDS: peers, transports that Fast DDS accepts,
+// Translating a participant's QoS for Fast DDS: peers, transport values that Fast DDS accepts,
 // discovery plugins and transport masks. Runs on a private host (peer names are resolved).
 #include <gtest/gtest.h>
 
@@ -11,16 +11,17 @@
 #include "dds/src/builtin_transports.h"
 #include "dds/src/participant_qos_translation.h"
 #include "dds/src/peer_locators.h"
+#include "tests/unit/support/test_io.h"
 
 namespace {
 
 namespace fr = eprosima::fastrtps::rtps;
 
-const DDS_TransportBuiltinKindMask all_transports =
+const DDS_TransportBuiltinKindMask ALL =
     DDS_TRANSPORTBUILTIN_UDPv4 | DDS_TRANSPORTBUILTIN_SHMEM | DDS_TRANSPORTBUILTIN_UDPv6;
 
-std::vector<std::string> locators_of(const char* peer, DDS_DomainId_t domain,
-                                     DDS_TransportBuiltinKindMask mask, bool& ok) {
+std::vector<std::string> locatorsOf(const char* peer, DDS_DomainId_t domain,
+                                    DDS_TransportBuiltinKindMask mask, bool& ok) {
     fr::LocatorList_t locators;
     ok = qordds::add_peer_locators(peer, domain, mask, locators);
     std::vector<std::string> texts;
@@ -30,43 +31,42 @@ std::vector<std::string> locators_of(const char* peer, DDS_DomainId_t domain,
     return texts;
 }
 
-TEST(PeerLocators, FormsADdsUserTypes) {
-    struct Case {
+TEST(PeerLocators, EveryFormAUserWrites) {
+    const struct {
         const char* peer;
         DDS_DomainId_t domain;
         DDS_TransportBuiltinKindMask mask;
         std::vector<std::string> locators;
     } cases[] = {
-        {"127.0.0.1", 0, all_transports, {"UDPv4:[127.0.0.1]:0"}},
+        {"127.0.0.1", 0, ALL, {"UDPv4:[127.0.0.1]:0"}},
         {"2@127.0.0.1",
          0,
-         all_transports,
+         ALL,
          {"UDPv4:[127.0.0.1]:7410", "UDPv4:[127.0.0.1]:7412", "UDPv4:[127.0.0.1]:7414"}},
-        {"0@udpv4://10.1.2.3", 1, all_transports, {"UDPv4:[10.1.2.3]:7660"}},
-        {"UDPv4://localhost", 0, all_transports, {"UDPv4:[127.0.0.1]:0"}},
-        {"udpv6://[::1]", 0, all_transports, {"UDPv6:[::1]:0"}},
-        {"udpv6://::1", 0, all_transports, {"UDPv6:[::1]:0"}},
-        {"fe80::1", 0, all_transports, {"UDPv6:[fe80::1]:0"}},
-        {"[::1]", 0, all_transports, {"UDPv6:[::1]:0"}},
-        {"shmem://", 0, all_transports, {"SHM:[_]:0"}},
-        {"1@shmem://", 0, all_transports, {"SHM:[_]:7410", "SHM:[_]:7412"}},
-        {"239.255.0.1", 2, all_transports, {"UDPv4:[239.255.0.1]:7900"}},
-        {"5@ff02::1", 0, all_transports, {"UDPv6:[ff02::1]:7400"}},
+        {"0@udpv4://10.1.2.3", 1, ALL, {"UDPv4:[10.1.2.3]:7660"}},
+        {"UDPv4://localhost", 0, ALL, {"UDPv4:[127.0.0.1]:0"}},
+        {"udpv6://[::1]", 0, ALL, {"UDPv6:[::1]:0"}},
+        {"udpv6://::1", 0, ALL, {"UDPv6:[::1]:0"}},
+        {"fe80::1", 0, ALL, {"UDPv6:[fe80::1]:0"}},
+        {"[::1]", 0, ALL, {"UDPv6:[::1]:0"}},
+        {"shmem://", 0, ALL, {"SHM:[_]:0"}},
+        {"1@shmem://", 0, ALL, {"SHM:[_]:7410", "SHM:[_]:7412"}},
+        {"239.255.0.1", 2, ALL, {"UDPv4:[239.255.0.1]:7900"}},
+        {"5@ff02::1", 0, ALL, {"UDPv6:[ff02::1]:7400"}},
         // Addresses of transports the mask leaves out are dropped, with a warning.
         {"::1", 0, DDS_TRANSPORTBUILTIN_MASK_DEFAULT, {}},
         {"shmem://", 0, DDS_TRANSPORTBUILTIN_UDPv4, {}},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.peer);
         bool ok = false;
-        EXPECT_EQ(locators_of(c.peer, c.domain, c.mask, ok), c.locators);
+        EXPECT_EQ(locatorsOf(c.peer, c.domain, c.mask, ok), c.locators);
         EXPECT_TRUE(ok);
     }
 }
 
 TEST(PeerLocators, WhatCannotBeParsedOrResolvedIsAnError) {
-    DDSLogger::get_instance()->set_verbosity(DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR);
-    struct Case {
+    const struct {
         const char* peer;
         const char* logged;
     } cases[] = {
@@ -81,12 +81,10 @@ TEST(PeerLocators, WhatCannotBeParsedOrResolvedIsAnError) {
         {"1.2.3.4.5", "peer '1.2.3.4.5': cannot resolve '1.2.3.4.5'"},
         {"no-such-host.invalid", "peer 'no-such-host.invalid': cannot resolve"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.peer);
         bool ok = true;
-        testing::internal::CaptureStdout();
-        locators_of(c.peer, 0, all_transports, ok);
-        std::string logged = testing::internal::GetCapturedStdout();
+        std::string logged = qortest::captureStdout([&] { locatorsOf(c.peer, 0, ALL, ok); });
         EXPECT_FALSE(ok);
         EXPECT_NE(logged.find(c.logged), std::string::npos) << logged;
     }
@@ -96,51 +94,30 @@ TEST(PeerLocators, WhatCannotBeParsedOrResolvedIsAnError) {
 // memory message larger than the segment; a message too small for discovery leaves the
 // participant alone. The values are moved so that the participant works.
 TEST(BuiltinTransports, ValuesAreMadeWorkable) {
-    struct Case {
-        const char* what;
+    // Message size, send and receive socket buffers, TTL, receive buffer, message count.
+    using Values = std::vector<int>;
+    const struct {
         DDS_TransportBuiltinKind kind;
-        DDS_BuiltinTransportProperty_t asked;
-        DDS_BuiltinTransportProperty_t used;
+        Values asked, used;
     } cases[] = {
-        {"defaults stay",
-         DDS_TRANSPORTBUILTIN_UDPv4,
-         {65500, 0, 0, 1, 0, 0},
-         {65500, 0, 0, 1, 0, 0}},
-        {"UDP limit",
-         DDS_TRANSPORTBUILTIN_UDPv6,
+        {DDS_TRANSPORTBUILTIN_UDPv4, {65500, 0, 0, 1, 0, 0}, {65500, 0, 0, 1, 0, 0}},
+        {DDS_TRANSPORTBUILTIN_UDPv6,
          {100000, 100000, 100000, 1, 0, 0},
          {65500, 100000, 100000, 1, 0, 0}},
-        {"receive buffer",
-         DDS_TRANSPORTBUILTIN_UDPv4,
-         {65500, 0, 4096, 1, 0, 0},
-         {4096, 0, 4096, 1, 0, 0}},
-        {"send buffer",
-         DDS_TRANSPORTBUILTIN_UDPv4,
-         {65500, 8000, 0, 1, 0, 0},
-         {8000, 8000, 0, 1, 0, 0}},
-        {"too small",
-         DDS_TRANSPORTBUILTIN_UDPv4,
-         {100, 100, 100, 1, 0, 0},
-         {1024, 1024, 1024, 1, 0, 0}},
-        {"segment",
-         DDS_TRANSPORTBUILTIN_SHMEM,
-         {65000, 0, 0, 0, 1000, 512},
-         {1024, 0, 0, 0, 1024, 512}},
-        {"segment default",
-         DDS_TRANSPORTBUILTIN_SHMEM,
-         {1000000, 0, 0, 0, 0, 0},
-         {524288, 0, 0, 0, 524288, 1}},
+        {DDS_TRANSPORTBUILTIN_UDPv4, {65500, 0, 4096, 1, 0, 0}, {4096, 0, 4096, 1, 0, 0}},
+        {DDS_TRANSPORTBUILTIN_UDPv4, {65500, 8000, 0, 1, 0, 0}, {8000, 8000, 0, 1, 0, 0}},
+        {DDS_TRANSPORTBUILTIN_UDPv4, {100, 100, 100, 1, 0, 0}, {1024, 1024, 1024, 1, 0, 0}},
+        {DDS_TRANSPORTBUILTIN_SHMEM, {65000, 0, 0, 0, 1000, 512}, {1024, 0, 0, 0, 1024, 512}},
+        {DDS_TRANSPORTBUILTIN_SHMEM, {1000000, 0, 0, 0, 0, 0}, {524288, 0, 0, 0, 524288, 1}},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        DDS_BuiltinTransportProperty_t used = qordds::workable_transport_property(c.kind, c.asked);
-        EXPECT_EQ(
-            std::vector<int>({used.message_size_max, used.send_socket_buffer_size,
-                              used.recv_socket_buffer_size, used.multicast_ttl,
-                              used.receive_buffer_size, used.received_message_count_max}),
-            std::vector<int>({c.used.message_size_max, c.used.send_socket_buffer_size,
-                              c.used.recv_socket_buffer_size, c.used.multicast_ttl,
-                              c.used.receive_buffer_size, c.used.received_message_count_max}));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.asked));
+        const Values& a = c.asked;
+        DDS_BuiltinTransportProperty_t used = qordds::workable_transport_property(
+            c.kind, DDS_BuiltinTransportProperty_t{a[0], a[1], a[2], a[3], a[4], a[5]});
+        EXPECT_EQ(c.used, (Values{used.message_size_max, used.send_socket_buffer_size,
+                                  used.recv_socket_buffer_size, used.multicast_ttl,
+                                  used.receive_buffer_size, used.received_message_count_max}));
     }
 }
 
@@ -150,9 +127,8 @@ TEST(ParticipantQosTranslation, DiscoveryPluginsAndTransportMasks) {
     DDS_DomainParticipantQos qos;
     qos.discovery_config.builtin_discovery_plugins = DDS_DISCOVERYCONFIG_BUILTIN_SDP2;
     eprosima::fastdds::dds::DomainParticipantQos fast;
-    testing::internal::CaptureStdout();
-    ASSERT_TRUE(qordds::translate_participant_qos(qos, 0, fast));
-    std::string logged = testing::internal::GetCapturedStdout();
+    std::string logged = qortest::captureStdout(
+        [&] { ASSERT_TRUE(qordds::translate_participant_qos(qos, 0, fast)); });
     EXPECT_NE(logged.find("participant discovery 2.0 is not available on Fast DDS; simple "
                           "participant discovery is used"),
               std::string::npos)
@@ -161,9 +137,8 @@ TEST(ParticipantQosTranslation, DiscoveryPluginsAndTransportMasks) {
               fr::DiscoveryProtocol_t::SIMPLE);
 
     qos.transport_builtin.mask = 0x04;
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(qordds::translate_participant_qos(qos, 0, fast));
-    logged = testing::internal::GetCapturedStdout();
+    logged = qortest::captureStdout(
+        [&] { EXPECT_FALSE(qordds::translate_participant_qos(qos, 0, fast)); });
     EXPECT_NE(logged.find("transport mask 0x4 enables no built-in transport"), std::string::npos)
         << logged;
 

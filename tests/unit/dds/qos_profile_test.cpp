@@ -2,41 +2,25 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "dds/domain.h"
-#include "dds/logger.h"
 #include "dds/src/qos_profile_library.h"
+#include "tests/unit/support/test_io.h"
 
 namespace {
-
-std::string temp_path(const std::string& name) {
-    return testing::TempDir() + "qos_profile_test_" + name;
-}
-
-std::string write_file(const std::string& name, const std::string& text) {
-    std::string path = temp_path(name);
-    FILE* file = std::fopen(path.c_str(), "w");
-    std::fputs(text.c_str(), file);
-    std::fclose(file);
-    return path;
-}
 
 DDS_DomainParticipantFactoryQos sources(const std::vector<std::string>& strings,
                                         const std::vector<std::string>& files) {
     DDS_DomainParticipantFactoryQos qos;
-    qos.profile.string_profile.ensure_length(static_cast<int32_t>(strings.size()),
-                                             static_cast<int32_t>(strings.size()));
-    for (size_t i = 0; i < strings.size(); ++i) {
-        DDS_String_replace(&qos.profile.string_profile[static_cast<int32_t>(i)],
-                           strings[i].c_str());
-    }
-    qos.profile.url_profile.ensure_length(static_cast<int32_t>(files.size()),
-                                          static_cast<int32_t>(files.size()));
-    for (size_t i = 0; i < files.size(); ++i) {
-        DDS_String_replace(&qos.profile.url_profile[static_cast<int32_t>(i)], files[i].c_str());
+    for (auto sequence : {std::make_pair(&qos.profile.string_profile, &strings),
+                          std::make_pair(&qos.profile.url_profile, &files)}) {
+        int32_t count = static_cast<int32_t>(sequence.second->size());
+        sequence.first->ensure_length(count, count);
+        for (int32_t i = 0; i < count; ++i) {
+            DDS_String_replace(&(*sequence.first)[i], (*sequence.second)[i].c_str());
+        }
     }
     return qos;
 }
@@ -49,127 +33,114 @@ std::vector<std::string> names(const DDS_StringSeq& sequence) {
     return result;
 }
 
-std::vector<std::string> loaded_libraries() {
+std::vector<std::string> loadedLibraries() {
     DDS_StringSeq libraries;
     DDSDomainParticipantFactory::get_instance()->get_qos_profile_libraries(libraries);
     return names(libraries);
 }
 
-const char* const good_source =
-    "<dds><qos_library name=\"Good\"><qos_profile name=\"P\"/></qos_library></dds>";
-
-// One profile of library L, in a document of its own.
+// One profile of library L, in a document of its own; `body` starts on line 4.
 std::string profile(const std::string& attributes, const std::string& body) {
-    return "<dds>\n<qos_library name=\"L\">\n<qos_profile name=\"P\"" + attributes + ">\n" + body +
+    return "<dds>\n<qos_library name='L'>\n<qos_profile name='P'" + attributes + ">\n" + body +
            "\n</qos_profile>\n</qos_library>\n</dds>\n";
 }
-
-struct BrokenSource {
-    const char* what;
-    std::string text;  // written to a file, unless `path` names one already
-    std::string expected;
-    std::string path = "";
-};
 
 // Each broken source is refused as a whole, with its name, line and the element or value in
 // the message, and the profiles loaded before stay as they were.
 TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
-    DDSLogger::get_instance()->set_verbosity(DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR);
-    std::string directory = temp_path("directory");
+    const char* const good =
+        "<dds><qos_library name='Good'><qos_profile name='P'/></qos_library></dds>";
+    std::string directory = testing::TempDir() + "qos_directory";
     mkdir(directory.c_str(), 0700);
-    const BrokenSource cases[] = {
-        {"malformed", "<dds>\n<qos_library name=\"L\">\n<qos_profile name=\"P\">\n</qos_library>",
-         ", line 3: malformed XML (XML_ERROR_MISMATCHED_ELEMENT: XMLElement name=qos_profile)"},
-        {"unknown_element",
-         profile("",
-                 "<datawriter_qos>\n<reliabilty><kind>RELIABLE_RELIABILITY_QOS</kind>"
-                 "</reliabilty></datawriter_qos>"),
-         ", line 5: unknown element <reliabilty> in <datawriter_qos>"},
+    const struct {
+        const char* what;
+        std::string text;  // written to a file, unless `path` names one already
+        std::string expected;
+        std::string path;
+    } cases[] = {
+        {"malformed", "<dds>\n<qos_library name='L'>\n<qos_profile name='P'>\n</qos_library>",
+         ", line 3: malformed XML (XML_ERROR_MISMATCHED_ELEMENT: XMLElement name=qos_profile)", ""},
+        {"unknown_element", profile("", "<datawriter_qos>\n<reliabilty/></datawriter_qos>"),
+         ", line 5: unknown element <reliabilty> in <datawriter_qos>", ""},
         {"bad_enum",
-         profile("",
-                 "<datareader_qos><reliability>\n<kind>RELIABLE</kind>"
-                 "</reliability></datareader_qos>"),
-         ", line 5: value 'RELIABLE' of <kind> is not a reliability kind"},
+         profile(
+             "",
+             "<datareader_qos><reliability>\n<kind>RELIABLE</kind></reliability></datareader_qos>"),
+         ", line 5: value 'RELIABLE' of <kind> is not a reliability kind", ""},
         {"bad_number",
-         profile("",
-                 "<datawriter_qos><history>\n<depth> 1O </depth>"
-                 "</history></datawriter_qos>"),
-         ", line 5: value '1O' of <depth> is not an integer"},
+         profile("", "<datawriter_qos><history>\n<depth> 1O </depth></history></datawriter_qos>"),
+         ", line 5: value '1O' of <depth> is not an integer", ""},
         {"out_of_range",
          profile("",
-                 "<datawriter_qos><deadline><period>\n<nanosec>1000000000</nanosec>"
-                 "</period></deadline></datawriter_qos>"),
-         ", line 5: value '1000000000' of <nanosec> is out of range (0 to 999999999)"},
-        {"missing_base", profile(" base_name=\"L::Nope\"", ""),
-         ", line 3: base profile 'L::Nope' of profile 'L::P' does not exist"},
+                 "<datawriter_qos><deadline><period>\n<nanosec>1000000000</nanosec></period></"
+                 "deadline></datawriter_qos>"),
+         ", line 5: value '1000000000' of <nanosec> is out of range (0 to 999999999)", ""},
+        {"missing_base", profile(" base_name='L::Nope'", ""),
+         ", line 3: base profile 'L::Nope' of profile 'L::P' does not exist", ""},
         {"loop",
-         "<dds><qos_library name=\"L\">\n<qos_profile name=\"A\" base_name=\"B\"/>\n"
-         "<qos_profile name=\"B\" base_name=\"L::A\"/></qos_library></dds>",
-         ", line 2: base profiles of 'L::A' lead back to themselves"},
+         "<dds><qos_library name='L'>\n<qos_profile name='A' base_name='B'/>\n<qos_profile "
+         "name='B' base_name='L::A'/></qos_library></dds>",
+         ", line 2: base profiles of 'L::A' lead back to themselves", ""},
         {"missing_file", "", ": cannot open the file: No such file or directory",
-         temp_path("no_such_file.xml")},
+         testing::TempDir() + "no_such_file.xml"},
         {"directory", "", ": cannot read the file: Is a directory", directory},
-        {"empty_file", "", ": malformed XML (XML_ERROR_EMPTY_DOCUMENT)"},
-        {"wrong_root", "<profiles>\n<qos_library name=\"L\"/></profiles>",
-         ", line 1: the root element is <profiles>, not <dds>"},
+        {"empty_file", "", ": malformed XML (XML_ERROR_EMPTY_DOCUMENT)", ""},
+        {"wrong_root", "<profiles>\n<qos_library name='L'/></profiles>",
+         ", line 1: the root element is <profiles>, not <dds>", ""},
         {"duplicate_profile",
-         "<dds><qos_library name=\"L\"><qos_profile name=\"P\"/></qos_library>\n"
-         "<qos_library name=\"L\"><qos_profile name=\"P\"/></qos_library></dds>",
-         ", line 2: profile 'L::P' is defined twice (first in "},
-        {"duplicate_of_other_source",
-         "<dds><qos_library name=\"Good\"><qos_profile name=\"P\"/></qos_library></dds>",
-         ", line 1: profile 'Good::P' is defined twice (first in the string profile, line 1)"},
-        {"unknown_attribute", profile(" bogus=\"1\"", ""),
-         ", line 3: unknown attribute 'bogus' of <qos_profile>"},
+         "<dds><qos_library name='L'><qos_profile name='P'/></qos_library>\n<qos_library "
+         "name='L'><qos_profile name='P'/></qos_library></dds>",
+         ", line 2: profile 'L::P' is defined twice (first in ", ""},
+        {"duplicate_of_other_source", good,
+         ", line 1: profile 'Good::P' is defined twice (first in the string profile, line 1)", ""},
+        {"unknown_attribute", profile(" bogus='1'", ""),
+         ", line 3: unknown attribute 'bogus' of <qos_profile>", ""},
         {"bad_mask",
          profile("",
-                 "<domain_participant_qos><transport_builtin>\n<mask>UDPv4|UDPv5</mask>"
-                 "</transport_builtin></domain_participant_qos>"),
-         ", line 5: value 'UDPv4|UDPv5' of <mask> is not a transport mask"},
+                 "<domain_participant_qos><transport_builtin>\n<mask>UDPv4|UDPv5</mask></"
+                 "transport_builtin></domain_participant_qos>"),
+         ", line 5: value 'UDPv4|UDPv5' of <mask> is not a transport mask", ""},
         {"element_as_value",
-         profile("",
-                 "<datawriter_qos><history><depth>\n<x/></depth></history>"
-                 "</datawriter_qos>"),
-         ", line 5: unexpected element <x> in <depth>, which holds a value"},
+         profile("", "<datawriter_qos><history><depth>\n<x/></depth></history></datawriter_qos>"),
+         ", line 5: unexpected element <x> in <depth>, which holds a value", ""},
         {"participant_twice", profile("", "<domain_participant_qos/>\n<domain_participant_qos/>"),
-         ", line 5: <domain_participant_qos> appears twice in one profile"},
-        {"bad_boolean", profile(" is_default_qos=\"yes\"", ""),
-         ", line 3: value 'yes' of is_default_qos is not a boolean"},
+         ", line 5: <domain_participant_qos> appears twice in one profile", ""},
+        {"bad_boolean", profile(" is_default_qos='yes'", ""),
+         ", line 3: value 'yes' of is_default_qos is not a boolean", ""},
     };
     DDSDomainParticipantFactory* factory = DDSDomainParticipantFactory::get_instance();
-    for (const BrokenSource& broken : cases) {
+    for (const auto& broken : cases) {
         SCOPED_TRACE(broken.what);
-        ASSERT_EQ(factory->set_qos(sources({good_source}, {})), DDS_RETCODE_OK);
-        std::string path = broken.path.empty()
-                               ? write_file(std::string(broken.what) + ".xml", broken.text)
-                               : broken.path;
-        testing::internal::CaptureStdout();
-        DDS_ReturnCode_t rc = factory->set_qos(sources({good_source}, {"file://" + path}));
-        std::string logged = testing::internal::GetCapturedStdout();
+        ASSERT_EQ(factory->set_qos(sources({good}, {})), DDS_RETCODE_OK);
+        std::string path = broken.path.empty() ? qortest::writeTempFile(
+                                                     std::string(broken.what) + ".xml", broken.text)
+                                               : broken.path;
+        DDS_ReturnCode_t rc = DDS_RETCODE_OK;
+        std::string logged = qortest::captureStdout(
+            [&] { rc = factory->set_qos(sources({good}, {"file://" + path})); });
         EXPECT_EQ(rc, DDS_RETCODE_BAD_PARAMETER);
         EXPECT_NE(logged.find(path + broken.expected), std::string::npos) << logged;
         EXPECT_NE(logged.find(path + " is not used"), std::string::npos) << logged;
-        EXPECT_EQ(loaded_libraries(), std::vector<std::string>{"Good"});
+        EXPECT_EQ(loadedLibraries(), std::vector<std::string>{"Good"});
     }
 }
 
 TEST(QosProfileSources, StringFragmentsJoinAndFilesFollowInOrder) {
-    std::string file =
-        write_file("order.xml",
-                   "<dds><qos_library name=\"Second\"><qos_profile name=\"X\"/></qos_library>"
-                   "<qos_library name=\"First\"><qos_profile name=\"Y\"/></qos_library></dds>");
+    std::string file = qortest::writeTempFile(
+        "order.xml",
+        "<dds><qos_library name='Second'><qos_profile name='X'/></qos_library>"
+        "<qos_library name='First'><qos_profile name='Y'/></qos_library></dds>");
     DDSDomainParticipantFactory* factory = DDSDomainParticipantFactory::get_instance();
-    ASSERT_EQ(factory->set_qos(sources({"<dds><qos_library name=\"First\">",
-                                        "<qos_profile name=\"P\"/>", "</qos_library></dds>"},
+    ASSERT_EQ(factory->set_qos(sources({"<dds><qos_library name='First'>",
+                                        "<qos_profile name='P'/>", "</qos_library></dds>"},
                                        {file})),
               DDS_RETCODE_OK);
-    EXPECT_EQ(loaded_libraries(), (std::vector<std::string>{"First", "Second"}));
+    EXPECT_EQ(loadedLibraries(), (std::vector<std::string>{"First", "Second"}));
     DDS_StringSeq profiles;
     factory->get_qos_profiles(profiles, "First");
     EXPECT_EQ(names(profiles), (std::vector<std::string>{"P", "Y"}));
     factory->get_qos_profiles(profiles, "Nowhere");
     EXPECT_EQ(profiles.length(), 0);
-
     DDS_DomainParticipantQos qos;
     EXPECT_EQ(factory->get_participant_qos_from_profile(qos, "First", "Missing"),
               DDS_RETCODE_BAD_PARAMETER);
@@ -222,11 +193,14 @@ const char* const values_document = R"(<dds><qos_library name="L">
 </qos_library></dds>)";
 
 // The values a profile gives, its base's first; enumerators with and without DDS_, named
-// constants, masks joined with '|', blanks around text.
+// constants, masks joined with '|', blanks around text; the first QoS element whose topic
+// filter matches wins.
 TEST(QosProfileSources, ProfilesInheritAndOverride) {
     DDSDomainParticipantFactory* factory = DDSDomainParticipantFactory::get_instance();
     ASSERT_EQ(factory->set_qos(sources({values_document}, {})), DDS_RETCODE_OK);
     DDS_DomainParticipantQos qos;
+    ASSERT_EQ(factory->get_participant_qos_from_profile(qos, "L", "Base"), DDS_RETCODE_OK);
+    EXPECT_STREQ(qos.participant_name.name, "Base name");
     ASSERT_EQ(factory->get_participant_qos_from_profile(qos, "L", "Derived"), DDS_RETCODE_OK);
     EXPECT_STREQ(qos.participant_name.name, "Derived name");
     EXPECT_EQ(qos.wire_protocol.participant_id, 4);
@@ -244,16 +218,12 @@ TEST(QosProfileSources, ProfilesInheritAndOverride) {
     EXPECT_TRUE(qos.property.value[0].propagate);
     EXPECT_STREQ(qos.property.value[1].value, "2");
 
-    ASSERT_EQ(factory->get_participant_qos_from_profile(qos, "L", "Base"), DDS_RETCODE_OK);
-    EXPECT_STREQ(qos.participant_name.name, "Base name");
-
     std::shared_ptr<const qordds::QosProfileLibrary> library =
         qordds::QosProfileLibrary::load(sources({values_document}, {}).profile);
     ASSERT_NE(library, nullptr);
     EXPECT_EQ(library->default_profile(), library->find("L", "Base"));
     const qordds::QosProfile& derived = *library->find("L", "Derived");
-
-    DDS_DataWriterQos ping;
+    DDS_DataWriterQos ping, other;
     qordds::profile_datawriter_qos(derived, "PingTopic", ping);
     EXPECT_EQ(ping.reliability.kind, DDS_RELIABLE_RELIABILITY_QOS);
     EXPECT_EQ(ping.history.kind, DDS_KEEP_ALL_HISTORY_QOS);
@@ -262,9 +232,7 @@ TEST(QosProfileSources, ProfilesInheritAndOverride) {
     EXPECT_EQ(ping.resource_limits.max_instances, 8);
     EXPECT_TRUE(ping.writer_data_lifecycle.autodispose_unregistered_instances);
     EXPECT_EQ(ping.durability.kind, DDS_TRANSIENT_LOCAL_DURABILITY_QOS);
-    EXPECT_EQ(ping.deadline.period, DDS_DURATION_INFINITE);  // first match only
-
-    DDS_DataWriterQos other;
+    EXPECT_EQ(ping.deadline.period, DDS_DURATION_INFINITE);
     qordds::profile_datawriter_qos(derived, "Other", other);
     EXPECT_EQ(other.durability.kind, DDS_VOLATILE_DURABILITY_QOS);
     EXPECT_EQ(other.deadline.period, (DDS_Duration_t{3, 0}));
@@ -278,7 +246,6 @@ TEST(QosProfileSources, ProfilesInheritAndOverride) {
     ASSERT_EQ(reader.multicast.value.length(), 1);
     EXPECT_STREQ(reader.multicast.value[0].receive_address, "239.255.0.2");
     EXPECT_EQ(reader.multicast.value[0].receive_port, 23002);
-
     DDS_PublisherQos publisher;
     qordds::profile_publisher_qos(derived, publisher);
     EXPECT_EQ(names(publisher.partition.name), std::vector<std::string>{"P1"});

@@ -1,11 +1,13 @@
+// The sequence: elements kept across resizing, strings copied deeply, and each refused
+// operation's result and message, a loaned buffer's above all.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
-#include "dds/logger.h"
 #include "dds/sequence.h"
+#include "tests/unit/support/test_io.h"
 
 namespace {
 
@@ -14,17 +16,16 @@ struct Sample {
     int32_t number;
 };
 
-// Runs `operation` and returns what it logged.
-std::string logged_by(const std::function<void()>& operation) {
-    DDSLogger::get_instance()->set_verbosity(DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR);
-    testing::internal::CaptureStdout();
-    operation();
-    return testing::internal::GetCapturedStdout();
+// Runs `operation`, which must fail and log `reason`.
+void expectRefused(const std::function<bool()>& operation, const std::string& reason) {
+    bool result = true;
+    std::string log = qortest::captureStdout([&] { result = operation(); });
+    EXPECT_FALSE(result) << reason;
+    EXPECT_NE(log.find(reason), std::string::npos) << reason << ": " << log;
 }
 
-TEST(Sequence, GrowsShrinksAndKeepsElements) {
+TEST(Sequence, KeepsElementsAndCopiesStringsDeeply) {
     DDSSequence<Sample> seq;
-    EXPECT_EQ(seq.maximum(), 0);
     ASSERT_TRUE(seq.ensure_length(3, 4));
     seq[0] = {1, 10};
     seq[2] = {3, 30};
@@ -34,9 +35,7 @@ TEST(Sequence, GrowsShrinksAndKeepsElements) {
     ASSERT_TRUE(seq.maximum(1));
     EXPECT_EQ(seq.length(), 1);
     EXPECT_EQ(seq[0].key, 1);
-}
 
-TEST(Sequence, StringElementsAreDeepCopies) {
     const char* names[] = {"A", "B*"};
     DDS_StringSeq original;
     ASSERT_TRUE(original.from_array(const_cast<char**>(names), 2));
@@ -48,88 +47,45 @@ TEST(Sequence, StringElementsAreDeepCopies) {
     EXPECT_STREQ(copy[2], "") << "new string elements are empty, not null";
 }
 
-TEST(Sequence, LoanedBufferRefusesChangesWithItsMessage) {
-    Sample a = {1, 7}, b = {2, 8};
-    Sample* loaned[] = {&a, &b};
-    DDSSequence<Sample> seq;
-    ASSERT_TRUE(seq.loan_discontiguous(loaned, 2, 2));
-    EXPECT_FALSE(seq.has_ownership());
-    EXPECT_EQ(seq[1].number, 8);
-
-    DDSSequence<Sample> other(1);
-    struct Case {
-        const char* name;
-        std::function<bool()> operation;
-    } cases[] = {
-        {"maximum", [&] { return seq.maximum(5); }},
-        {"length", [&] { return seq.length(1); }},
-        {"copy_from", [&] { return seq.copy_from(other); }},
-        {"from_array", [&] { return seq.from_array(&a, 1); }},
-        {"loan_contiguous", [&] { return seq.loan_contiguous(&a, 1, 1); }},
-    };
-    for (const Case& c : cases) {
-        bool result = true;
-        std::string log = logged_by([&] { result = c.operation(); });
-        EXPECT_FALSE(result) << c.name;
-        EXPECT_NE(log.find("buffer must not be loaned"), std::string::npos)
-            << c.name << ": " << log;
-        EXPECT_EQ(seq.length(), 2) << c.name;
-        EXPECT_EQ(seq.get_discontiguous_buffer(), loaned) << c.name;
-    }
-
-    ASSERT_TRUE(seq.unloan());
-    EXPECT_TRUE(seq.has_ownership());
-    EXPECT_EQ(seq.maximum(), 0);
-    bool again = true;
-    EXPECT_NE(logged_by([&] { again = seq.unloan(); }).find("buffer must be loaned"),
-              std::string::npos);
-    EXPECT_FALSE(again);
-}
-
 TEST(Sequence, RefusesBadArgumentsWithTheirMessages) {
     DDSSequence<Sample> seq(2);
     ASSERT_TRUE(seq.absolute_maximum(4));
-    struct Case {
-        const char* name;
-        std::function<bool()> operation;
-        const char* message;
-    } cases[] = {
-        {"above absolute maximum", [&] { return seq.maximum(5); },
-         "new max cannot be larger than absolute maximum"},
-        {"negative maximum", [&] { return seq.maximum(-1); }, "negative argument"},
-        {"negative length", [&] { return seq.length(-1); }, "negative argument"},
-        {"length above maximum", [&] { return seq.length(3); }, "larger than maximum"},
-        {"index out of bounds", [&] { return seq.get_reference(0) != nullptr; },
-         "index out of bounds"},
-    };
-    for (const Case& c : cases) {
-        bool result = true;
-        std::string log = logged_by([&] { result = c.operation(); });
-        EXPECT_FALSE(result) << c.name;
-        EXPECT_NE(log.find(c.message), std::string::npos) << c.name << ": " << log;
-    }
+    expectRefused([&] { return seq.maximum(5); }, "new max cannot be larger than absolute maximum");
+    expectRefused([&] { return seq.maximum(-1); }, "negative argument");
+    expectRefused([&] { return seq.length(-1); }, "negative argument");
+    expectRefused([&] { return seq.length(3); }, "new length cannot be larger than maximum");
+    expectRefused([&] { return seq.get_reference(0) != nullptr; }, "index out of bounds");
+    // The element policies change only while there is no buffer.
+    expectRefused(
+        [&] { return seq.set_element_allocation_params(DDS_TYPE_ALLOCATION_PARAMS_DEFAULT); },
+        "maximum must be 0");
+    expectRefused(
+        [&] { return seq.set_element_deallocation_params(DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT); },
+        "maximum must be 0");
     EXPECT_EQ(seq.maximum(), 2);
 }
 
-TEST(Sequence, AllocationPolicyChangesOnlyWithoutABuffer) {
-    DDSSequence<Sample> seq;
-    DDS_TypeAllocationParams_t no_pointers = DDS_TYPE_ALLOCATION_PARAMS_DEFAULT;
-    no_pointers.allocate_pointers = false;
-    ASSERT_TRUE(seq.set_element_allocation_params(no_pointers));
-    EXPECT_FALSE(seq.get_element_allocation_params().allocate_pointers);
-    DDS_TypeDeallocationParams_t keep_pointers = {false, true};
-    ASSERT_TRUE(seq.set_element_deallocation_params(keep_pointers));
-    EXPECT_FALSE(seq.get_element_deallocation_params().delete_pointers);
-
-    ASSERT_TRUE(seq.maximum(1));
-    bool changed = true;
-    EXPECT_NE(logged_by([&] {
-                  changed = seq.set_element_allocation_params(DDS_TYPE_ALLOCATION_PARAMS_DEFAULT);
-              }).find("maximum must be 0"),
-              std::string::npos);
-    EXPECT_FALSE(changed);
-    EXPECT_FALSE(seq.get_element_allocation_params().allocate_pointers);
-    EXPECT_FALSE(seq.set_element_deallocation_params(DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT));
+TEST(Sequence, LoanedBufferRefusesChangesUntilReturned) {
+    Sample a = {1, 7}, b = {2, 8};
+    Sample* loaned[] = {&a, &b};
+    DDSSequence<Sample> seq, other(1);
+    expectRefused([&] { return other.loan_discontiguous(loaned, 2, 2); },
+                  "maximum must be 0 to take a loan");
+    ASSERT_TRUE(seq.loan_discontiguous(loaned, 2, 2));
+    EXPECT_FALSE(seq.has_ownership());
+    EXPECT_EQ(seq[1].number, 8);
+    for (const std::function<bool()>& change : std::vector<std::function<bool()>>{
+             [&] { return seq.maximum(5); }, [&] { return seq.length(1); },
+             [&] { return seq.copy_from(other); }, [&] { return seq.from_array(&a, 1); },
+             [&] { return seq.loan_contiguous(&a, 1, 1); }}) {
+        expectRefused(change, "buffer must not be loaned");
+        EXPECT_EQ(seq.length(), 2);
+        EXPECT_EQ(seq.get_discontiguous_buffer(), loaned);
+    }
+    ASSERT_TRUE(seq.unloan());
+    EXPECT_TRUE(seq.has_ownership());
+    EXPECT_EQ(seq.maximum(), 0);
+    expectRefused([&] { return seq.unloan(); }, "buffer must be loaned");
 }
 
 }  // namespace
