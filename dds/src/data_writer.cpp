@@ -1,5 +1,7 @@
 #include "dds/src/data_writer.h"
 
+#include <chrono>
+#include <cstring>
 #include <exception>
 #include <mutex>
 
@@ -13,6 +15,12 @@
 namespace fdds = eprosima::fastdds::dds;
 
 namespace qordds {
+
+namespace {
+
+const eprosima::fastrtps::Duration_t kAcknowledgementsBeforeDeletion(2, 0);
+
+}  // namespace
 
 // Receives every Fast DDS status and passes on those the application's mask selects.
 class UntypedDataWriter::Bridge : public fdds::DataWriterListener {
@@ -32,17 +40,10 @@ class UntypedDataWriter::Bridge : public fdds::DataWriterListener {
         }
     }
 
+    // Fast DDS's own reports are not passed on: the binding watches the deadline itself (see
+    // offered_deadline.h).
     void on_offered_deadline_missed(fdds::DataWriter*,
-                                    const fdds::OfferedDeadlineMissedStatus& status) override {
-        GatePass pass(gate);
-        if (!pass) {
-            return;
-        }
-        if (DDSDataWriterListener* listener = listener_for(DDS_OFFERED_DEADLINE_MISSED_STATUS)) {
-            listener->on_offered_deadline_missed(writer_.typed(),
-                                                 translate_offered_deadline_missed(status));
-        }
-    }
+                                    const fdds::OfferedDeadlineMissedStatus&) override {}
 
     void on_offered_incompatible_qos(fdds::DataWriter*,
                                      const fdds::OfferedIncompatibleQosStatus& status) override {
@@ -108,6 +109,19 @@ bool UntypedDataWriter::attach(fdds::Publisher* publisher, fdds::Topic* topic,
         fast_ = nullptr;
     }
     fast_publisher_ = fast_ == nullptr ? nullptr : publisher;
+    const eprosima::fastrtps::Duration_t& period = qos.deadline().period;
+    if (fast_ != nullptr && period != eprosima::fastrtps::c_TimeInfinite) {
+        deadline_.reset(new DeadlineWatch(std::chrono::nanoseconds(period.to_ns()),
+                                          [this](const DDS_OfferedDeadlineMissedStatus& status) {
+                                              report_deadline_missed(status);
+                                          }));
+    }
+    waits_for_acknowledgements_ = qos.reliability().kind == fdds::RELIABLE_RELIABILITY_QOS &&
+                                  qos.history().kind == fdds::KEEP_ALL_HISTORY_QOS;
+    const eprosima::fastrtps::Duration_t& blocking = qos.reliability().max_blocking_time;
+    max_blocking_time_ = blocking == eprosima::fastrtps::c_TimeInfinite
+                             ? std::chrono::nanoseconds::max()
+                             : std::chrono::nanoseconds(blocking.to_ns());
     return fast_ != nullptr;
 }
 
@@ -115,9 +129,19 @@ DDS_ReturnCode_t UntypedDataWriter::detach() {
     if (fast_ == nullptr) {
         return DDS_RETCODE_OK;
     }
+    if (deadline_ != nullptr) {
+        deadline_->stop();
+    }
     bridge_->gate.close();
     DDS_ReturnCode_t result;
     try {
+        // Fast DDS drops whatever is still unacknowledged with the writer, so a burst that
+        // ends with the writer's deletion would lose its last samples in flight. Readers
+        // that keep up acknowledge them within milliseconds; a stalled one delays the
+        // deletion by the bound at most.
+        if (waits_for_acknowledgements_) {
+            fast_->wait_for_acknowledgments(kAcknowledgementsBeforeDeletion);
+        }
         result = static_cast<DDS_ReturnCode_t>(fast_publisher_->delete_datawriter(fast_)());
     } catch (const std::exception& e) {
         log(LogKind::Error, "DDSPublisher::delete_datawriter", "%s", e.what());
@@ -129,45 +153,101 @@ DDS_ReturnCode_t UntypedDataWriter::detach() {
 
 namespace {
 
-template <class Operation>
-DDS_ReturnCode_t guarded(const char* context, fdds::DataWriter* writer, const void* sample,
-                         Operation operation) {
+DDS_ReturnCode_t checked(const char* context, const fdds::DataWriter* writer, const void* sample) {
     if (sample == nullptr) {
         log(LogKind::Error, context, "null sample");
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    if (writer == nullptr) {
-        return DDS_RETCODE_NOT_ENABLED;
-    }
-    try {
-        return static_cast<DDS_ReturnCode_t>(operation(const_cast<void*>(sample))());
-    } catch (const std::exception& e) {
-        log(LogKind::Error, context, "%s", e.what());
-        return DDS_RETCODE_ERROR;
-    }
+    return writer == nullptr ? DDS_RETCODE_NOT_ENABLED : DDS_RETCODE_OK;
 }
 
 }  // namespace
 
+// A reliable writer whose window is full waits in Fast DDS for acknowledgements. When they
+// empty a VOLATILE writer's history while it waits, Fast DDS 2.9 wakes up, finds no sample
+// left to drop and gives up with a timeout although there is room now; the sample is not
+// written. Such a timeout comes before max_blocking_time has passed, so it is tried once
+// more, which then finds the room. A real timeout comes at max_blocking_time and stays.
+template <class Operation>
+DDS_ReturnCode_t UntypedDataWriter::guarded(const char* context, const void* sample,
+                                            Operation operation) {
+    DDS_ReturnCode_t result = checked(context, fast_, sample);
+    if (result != DDS_RETCODE_OK) {
+        return result;
+    }
+    auto start = std::chrono::steady_clock::now();
+    try {
+        result = static_cast<DDS_ReturnCode_t>(operation(const_cast<void*>(sample))());
+        if (result == DDS_RETCODE_TIMEOUT && waits_for_acknowledgements_ &&
+            std::chrono::steady_clock::now() - start < max_blocking_time_) {
+            result = static_cast<DDS_ReturnCode_t>(operation(const_cast<void*>(sample))());
+        }
+    } catch (const std::exception& e) {
+        log(LogKind::Error, context, "%s", e.what());
+        result = DDS_RETCODE_ERROR;
+    }
+    return result;
+}
+
 DDS_ReturnCode_t UntypedDataWriter::write_untyped(const void* sample,
                                                   const DDS_InstanceHandle_t& handle) {
     fdds::InstanceHandle_t fast_handle = to_fast(handle);
-    return guarded("DDSDataWriter::write", fast_, sample,
-                   [&](void* data) { return fast_->write(data, fast_handle); });
+    DDS_ReturnCode_t result = guarded("DDSDataWriter::write", sample,
+                                      [&](void* data) { return fast_->write(data, fast_handle); });
+    if (result == DDS_RETCODE_OK && deadline_ != nullptr) {
+        deadline_->written(instance_of(sample, handle));
+    }
+    return result;
 }
 
 DDS_ReturnCode_t UntypedDataWriter::dispose_untyped(const void* sample,
                                                     const DDS_InstanceHandle_t& handle) {
     fdds::InstanceHandle_t fast_handle = to_fast(handle);
-    return guarded("DDSDataWriter::dispose", fast_, sample,
-                   [&](void* data) { return fast_->dispose(data, fast_handle); });
+    DDS_ReturnCode_t result = guarded("DDSDataWriter::dispose", sample, [&](void* data) {
+        return fast_->dispose(data, fast_handle);
+    });
+    if (result == DDS_RETCODE_OK && deadline_ != nullptr) {
+        deadline_->written(instance_of(sample, handle));
+    }
+    return result;
 }
 
 DDS_ReturnCode_t UntypedDataWriter::unregister_instance_untyped(
     const void* sample, const DDS_InstanceHandle_t& handle) {
     fdds::InstanceHandle_t fast_handle = to_fast(handle);
-    return guarded("DDSDataWriter::unregister_instance", fast_, sample,
-                   [&](void* data) { return fast_->unregister_instance(data, fast_handle); });
+    DDS_ReturnCode_t result =
+        guarded("DDSDataWriter::unregister_instance", sample,
+                [&](void* data) { return fast_->unregister_instance(data, fast_handle); });
+    if (result == DDS_RETCODE_OK && deadline_ != nullptr) {
+        deadline_->unregistered(instance_of(sample, handle));
+    }
+    return result;
+}
+
+// Called by the deadline watch's thread, which stops before the writer goes (also when the
+// writer is deleted from this very callback, after which nothing of it is touched).
+void UntypedDataWriter::report_deadline_missed(const DDS_OfferedDeadlineMissedStatus& status) {
+    if ((mask_ & DDS_OFFERED_DEADLINE_MISSED_STATUS) != 0 && typed_ != nullptr &&
+        listener_ != nullptr) {
+        listener_->on_offered_deadline_missed(typed_, status);
+    }
+}
+
+// The handle Fast DDS gives the instance: the key hash, through the same plugin function
+// as the type adapter's getKey; an unkeyed type has one instance.
+DDS_InstanceHandle_t UntypedDataWriter::instance_of(const void* sample,
+                                                    const DDS_InstanceHandle_t& handle) const {
+    if (handle.isValid || plugin_.instance_to_keyhash == nullptr) {
+        return handle;
+    }
+    DDS_KeyHash_t hash;
+    if (!plugin_.instance_to_keyhash(&hash, sample)) {
+        return DDS_HANDLE_NIL;
+    }
+    DDS_InstanceHandle_t instance = DDS_HANDLE_NIL;
+    std::memcpy(instance.value, hash.value, sizeof instance.value);
+    instance.isValid = true;
+    return instance;
 }
 
 DDS_InstanceHandle_t UntypedDataWriter::register_instance_untyped(const void* sample) {

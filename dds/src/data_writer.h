@@ -2,6 +2,7 @@
 #ifndef QOR_DDS_SRC_DATA_WRITER_H
 #define QOR_DDS_SRC_DATA_WRITER_H
 
+#include <chrono>
 #include <memory>
 
 #include <fastdds/dds/publisher/DataWriter.hpp>
@@ -10,6 +11,7 @@
 #include <fastdds/dds/topic/Topic.hpp>
 
 #include "dds/publication.h"
+#include "dds/src/deadline_watch.h"
 #include "dds/topic.h"
 
 namespace qordds {
@@ -46,6 +48,14 @@ class UntypedDataWriter : public DDSDataWriter {
     UntypedDataWriter(const UntypedDataWriter&) = delete;
     UntypedDataWriter& operator=(const UntypedDataWriter&) = delete;
 
+    // The instance a sample (or the handle, when given) belongs to.
+    DDS_InstanceHandle_t instance_of(const void* sample, const DDS_InstanceHandle_t& handle) const;
+    void report_deadline_missed(const DDS_OfferedDeadlineMissedStatus& status);
+
+    // Runs a write, dispose or unregistration on the Fast DDS writer.
+    template <class Operation>
+    DDS_ReturnCode_t guarded(const char* context, const void* sample, Operation operation);
+
     DDSTopic* topic_;
     DDSTypePlugin plugin_;
     DDSDataWriterListener* listener_;
@@ -54,6 +64,9 @@ class UntypedDataWriter : public DDSDataWriter {
     eprosima::fastdds::dds::Publisher* fast_publisher_ = nullptr;
     eprosima::fastdds::dds::DataWriter* fast_ = nullptr;
     std::unique_ptr<Bridge> bridge_;
+    std::unique_ptr<DeadlineWatch> deadline_;  // with a finite deadline only
+    bool waits_for_acknowledgements_ = false;
+    std::chrono::nanoseconds max_blocking_time_{0};
 };
 
 }  // namespace qordds

@@ -138,6 +138,37 @@ void set_resource_limits(const DDS_ResourceLimitsQosPolicy& limits,
     }
 }
 
+// A reliable KEEP_LAST writer of Fast DDS makes room for a new sample by dropping the
+// instance's oldest one, acknowledged or not, so a burst silently overruns a reader that has
+// not caught up. Here a reliable writer keeps at most `depth` unacknowledged samples per
+// instance instead, like a send window: Fast DDS's KEEP_ALL history, capped at `depth` samples
+// per instance, makes write() wait (up to reliability.max_blocking_time, then
+// DDS_RETCODE_TIMEOUT) until the oldest sample is acknowledged by every matched reliable
+// reader, and then drops it. What the writer keeps is what KEEP_LAST keeps: acknowledged
+// samples make room at once, so with no reader (or only best-effort ones) write() never
+// waits, and a TRANSIENT_LOCAL writer still holds the last `depth` samples of each instance
+// for readers that match later. The history kind is not announced on the wire, so remote
+// endpoints see no difference. Fast DDS caps an unkeyed KEEP_ALL history by max_samples
+// alone, hence the cap there.
+void keep_last_as_send_window(int32_t depth, bool keyed, fdds::DataWriterQos& fast) {
+    fdds::ResourceLimitsQosPolicy& limits = fast.resource_limits();
+    fast.history().kind = fdds::KEEP_ALL_HISTORY_QOS;
+    fast.history().depth = depth;
+    limits.max_samples_per_instance = depth;
+    if (!keyed) {
+        limits.max_samples = depth;
+    }
+    if (limits.max_samples > 0 && limits.allocated_samples > limits.max_samples) {
+        limits.allocated_samples = limits.max_samples;
+    }
+    // A writer waiting for acknowledgements sends nothing that carries a heartbeat, so if the
+    // last one was lost, only the periodic heartbeat (3 s in Fast DDS) gets the reader to
+    // acknowledge again. Fast DDS sends it only while samples are unacknowledged, so a short
+    // period costs nothing on a quiet writer and keeps such a stall well within the default
+    // max_blocking_time of 100 ms.
+    fast.reliable_writer_qos().times.heartbeatPeriod = eprosima::fastrtps::Duration_t(0, 50000000);
+}
+
 void set_ownership(const DDS_OwnershipQosPolicy& ownership, fdds::OwnershipQosPolicy& fast) {
     fast.kind = ownership.kind == DDS_EXCLUSIVE_OWNERSHIP_QOS ? fdds::EXCLUSIVE_OWNERSHIP_QOS
                                                               : fdds::SHARED_OWNERSHIP_QOS;
@@ -226,8 +257,8 @@ DDS_ReturnCode_t translate_topic_qos(const DDS_TopicQos& qos, fdds::TopicQos& fa
     return DDS_RETCODE_OK;
 }
 
-DDS_ReturnCode_t translate_writer_qos(const DDS_DataWriterQos& qos, fdds::DataWriterQos& fast,
-                                      const char* context) {
+DDS_ReturnCode_t translate_writer_qos(const DDS_DataWriterQos& qos, bool keyed,
+                                      fdds::DataWriterQos& fast, const char* context) {
     DDS_ReturnCode_t result = check_history_and_limits(qos.history, qos.resource_limits, context);
     if (result != DDS_RETCODE_OK) {
         return result;
@@ -238,6 +269,10 @@ DDS_ReturnCode_t translate_writer_qos(const DDS_DataWriterQos& qos, fdds::DataWr
     set_reliability(qos.reliability, fast.reliability());
     set_history(qos.history, fast.history());
     set_resource_limits(qos.resource_limits, fast.resource_limits());
+    if (qos.reliability.kind == DDS_RELIABLE_RELIABILITY_QOS &&
+        qos.history.kind == DDS_KEEP_LAST_HISTORY_QOS) {
+        keep_last_as_send_window(qos.history.depth, keyed, fast);
+    }
     set_ownership(qos.ownership, fast.ownership());
     fast.lifespan().duration = to_fast(qos.lifespan.duration);
     fast.writer_data_lifecycle().autodispose_unregistered_instances =

@@ -41,6 +41,7 @@
 #include <string>
 #include <vector>
 
+#include "dds/src/fast_log_filter.h"
 #include "dds/src/log.h"
 
 namespace fd = eprosima::fastdds::dds;
@@ -169,6 +170,9 @@ class LineConsumer : public fd::LogConsumer {
   public:
     void Consume(const fd::Log::Entry& entry) override {
         try {
+            if (qordds::is_known_false_fast_entry(entry.context.category, entry.message)) {
+                return;
+            }
             write_line({kind_bit_of(entry.kind), "Fast DDS", entry.context.category,
                         entry.context.filename, entry.context.line, entry.context.function,
                         entry.timestamp, entry.message});

@@ -70,7 +70,8 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
         return nullptr;
     }
     fdds::DataWriterQos fast_qos;
-    if (qordds::translate_writer_qos(qos, fast_qos, context) != DDS_RETCODE_OK) {
+    bool keyed = type->plugin.key_kind != DDS_TYPEPLUGIN_NO_KEY;
+    if (qordds::translate_writer_qos(qos, keyed, fast_qos, context) != DDS_RETCODE_OK) {
         return nullptr;
     }
     std::unique_ptr<qordds::UntypedDataWriter> writer(

@@ -81,15 +81,6 @@ Status translate_matched(const fdds::MatchedStatus& status, int32_t peak) {
 
 }  // namespace
 
-DDS_OfferedDeadlineMissedStatus translate_offered_deadline_missed(
-    const fdds::DeadlineMissedStatus& status) {
-    DDS_OfferedDeadlineMissedStatus result;
-    result.total_count = to_count(status.total_count);
-    result.total_count_change = to_count(status.total_count_change);
-    result.last_instance_handle = from_fast(status.last_instance_handle);
-    return result;
-}
-
 DDS_RequestedDeadlineMissedStatus translate_requested_deadline_missed(
     const fdds::DeadlineMissedStatus& status) {
     DDS_RequestedDeadlineMissedStatus result;

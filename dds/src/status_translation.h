@@ -14,8 +14,6 @@
 
 namespace qordds {
 
-DDS_OfferedDeadlineMissedStatus translate_offered_deadline_missed(
-    const eprosima::fastdds::dds::DeadlineMissedStatus& status);
 DDS_RequestedDeadlineMissedStatus translate_requested_deadline_missed(
     const eprosima::fastdds::dds::DeadlineMissedStatus& status);
 DDS_LivelinessLostStatus translate_liveliness_lost(

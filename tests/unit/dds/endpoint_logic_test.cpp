@@ -14,7 +14,9 @@
 #include "dds/logger.h"
 #include "dds/src/domain_isolation.h"
 #include "dds/src/endpoint_qos.h"
+#include "dds/src/fast_log_filter.h"
 #include "dds/src/key_only_repair.h"
+#include "dds/src/offered_deadline.h"
 #include "dds/src/reader_cache.h"
 #include "dds/src/status_translation.h"
 #include "dds/src/writer_liveliness.h"
@@ -314,6 +316,98 @@ TEST(WriterLiveliness, CountsMatchedWritersAliveAndTheirLossOnce) {
     }
 }
 
+// ---- Offered deadline ----
+
+namespace {
+
+DDS_InstanceHandle_t instance(unsigned char key) {
+    DDS_InstanceHandle_t handle = DDS_HANDLE_NIL;
+    handle.value[3] = key;
+    handle.isValid = true;
+    return handle;
+}
+
+// The keys of the missed instances, in order, and each status's total count.
+std::string missed(const std::vector<DDS_OfferedDeadlineMissedStatus>& statuses) {
+    std::string text;
+    for (const DDS_OfferedDeadlineMissedStatus& status : statuses) {
+        text += "k" + std::to_string(status.last_instance_handle.value[3]) + "#" +
+                std::to_string(status.total_count) + " ";
+    }
+    return text;
+}
+
+}  // namespace
+
+TEST(OfferedDeadline, EachOwedInstanceMissesOncePerSilentPeriodUntilUnregistered) {
+    using std::chrono::milliseconds;
+    qordds::OfferedDeadline deadline{milliseconds(100)};
+    qordds::OfferedDeadline::Clock::time_point t0;
+    qordds::OfferedDeadline::Clock::time_point when;
+    EXPECT_FALSE(deadline.next_miss(&when)) << "nothing owed yet";
+
+    deadline.written(instance(1), t0);
+    deadline.written(instance(2), t0 + milliseconds(10));
+    ASSERT_TRUE(deadline.next_miss(&when));
+    EXPECT_EQ(when, t0 + milliseconds(100));
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(99))), "");
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(100))), "k1#1 ");
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(150))), "k2#2 ");
+
+    // Disposing keeps the instance owed; writing it again restarts its period.
+    deadline.written(instance(2), t0 + milliseconds(180));
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(200))), "k1#3 ");
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(280))), "k2#4 ");
+
+    // An unregistered instance owes nothing, even when its deadline came first.
+    deadline.unregistered(instance(1));
+    ASSERT_TRUE(deadline.next_miss(&when));
+    EXPECT_EQ(when, t0 + milliseconds(380));
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(1000))), "k2#5 ");
+    deadline.unregistered(instance(2));
+    EXPECT_FALSE(deadline.next_miss(&when));
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(5000))), "");
+
+    // Written again after its unregistration, it is owed again.
+    deadline.written(instance(1), t0 + milliseconds(5000));
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(5100))), "k1#6 ");
+}
+
+TEST(OfferedDeadline, SeveralLateInstancesComeInTheOrderOfTheirDeadlinesAndAZeroPeriodIsPaced) {
+    using std::chrono::milliseconds;
+    qordds::OfferedDeadline::Clock::time_point t0;
+    qordds::OfferedDeadline deadline{milliseconds(100)};
+    deadline.written(instance(3), t0 + milliseconds(20));
+    deadline.written(instance(1), t0 + milliseconds(30));
+    deadline.written(instance(2), t0 + milliseconds(10));
+    EXPECT_EQ(missed(deadline.expire(t0 + milliseconds(500))), "k2#1 k3#2 k1#3 ");
+
+    qordds::OfferedDeadline zero{milliseconds(0)};
+    qordds::OfferedDeadline::Clock::time_point when;
+    zero.written(DDS_HANDLE_NIL, t0);
+    ASSERT_TRUE(zero.next_miss(&when));
+    EXPECT_EQ(when, t0 + milliseconds(1));
+}
+
+TEST(FastLogFilter, DropsOnlyTheListedEntriesExactly) {
+    struct Case {
+        const char* category;
+        const char* message;
+        bool dropped;
+    };
+    const Case cases[] = {
+        {"DATA_WRITER", "Could not set the next deadline in the history", true},
+        {"PUBLISHER", "Could not set the next deadline in the history", false},
+        {"DATA_WRITER", "Could not set the next deadline in the history!", false},
+        {"DATA_WRITER", "Could not get the next deadline from the history", false},
+        {nullptr, "Could not set the next deadline in the history", false},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(qordds::is_known_false_fast_entry(c.category, c.message), c.dropped)
+            << (c.category == nullptr ? "(none)" : c.category) << " " << c.message;
+    }
+}
+
 // ---- Status translation ----
 
 TEST(StatusTranslation, IncompatibleQosListsOnlyOffendersWithStandardIdsInCheckOrder) {
@@ -375,7 +469,8 @@ TEST(EndpointQos, HistoryAndLimitsThatDdsOrFastDdsRefuseFailCleanly) {
         fdds::DataReaderQos fast_reader;
         fdds::DataWriterQos fast_writer;
         EXPECT_EQ(qordds::translate_reader_qos(reader, fast_reader, "test"), c.expected) << c.what;
-        EXPECT_EQ(qordds::translate_writer_qos(writer, fast_writer, "test"), c.expected) << c.what;
+        EXPECT_EQ(qordds::translate_writer_qos(writer, true, fast_writer, "test"), c.expected)
+            << c.what;
     }
     DDSLogger::get_instance()->set_verbosity(DDS_LOG_VERBOSITY_ERROR);
 }
@@ -391,7 +486,7 @@ TEST(EndpointQos, WriterPoliciesReachFastDds) {
     qos.ownership.kind = DDS_EXCLUSIVE_OWNERSHIP_QOS;
     qos.lifespan.duration = {9, 5};
     fdds::DataWriterQos fast;
-    ASSERT_EQ(qordds::translate_writer_qos(qos, fast, "test"), DDS_RETCODE_OK);
+    ASSERT_EQ(qordds::translate_writer_qos(qos, true, fast, "test"), DDS_RETCODE_OK);
     EXPECT_EQ(fast.reliability().kind, fdds::BEST_EFFORT_RELIABILITY_QOS);
     EXPECT_EQ(fast.durability().kind, fdds::TRANSIENT_LOCAL_DURABILITY_QOS);
     EXPECT_EQ(fast.history().kind, fdds::KEEP_LAST_HISTORY_QOS);
@@ -409,10 +504,55 @@ TEST(EndpointQos, WriterPoliciesReachFastDds) {
 
     DDS_DataWriterQos defaults;
     fdds::DataWriterQos fast_defaults;
-    ASSERT_EQ(qordds::translate_writer_qos(defaults, fast_defaults, "test"), DDS_RETCODE_OK);
+    ASSERT_EQ(qordds::translate_writer_qos(defaults, true, fast_defaults, "test"), DDS_RETCODE_OK);
     EXPECT_EQ(fast_defaults.reliability().kind, fdds::RELIABLE_RELIABILITY_QOS);
     EXPECT_EQ(fast_defaults.deadline().period, eprosima::fastrtps::c_TimeInfinite);
     EXPECT_EQ(fast_defaults.liveliness().announcement_period, eprosima::fastrtps::c_TimeInfinite);
+}
+
+// Reliable KEEP_LAST writers hold at most `depth` unacknowledged samples per instance: Fast
+// DDS's KEEP_ALL capped per instance (and in all, for an unkeyed type); everything else keeps
+// Fast DDS's KEEP_LAST.
+TEST(EndpointQos, ReliableKeepLastWritersBecomeASendWindowOfTheDepth) {
+    struct Case {
+        const char* what;
+        DDS_ReliabilityQosPolicyKind reliability;
+        DDS_HistoryQosPolicyKind kind;
+        bool keyed;
+        int32_t max_samples;  // the binding's limit
+        fdds::HistoryQosPolicyKind fast_kind;
+        int32_t fast_depth, fast_max_samples, fast_per_instance;
+    };
+    const int32_t U = DDS_LENGTH_UNLIMITED;
+    const Case cases[] = {
+        {"reliable unkeyed", DDS_RELIABLE_RELIABILITY_QOS, DDS_KEEP_LAST_HISTORY_QOS, false, U,
+         fdds::KEEP_ALL_HISTORY_QOS, 1000, 1000, 1000},
+        {"reliable keyed", DDS_RELIABLE_RELIABILITY_QOS, DDS_KEEP_LAST_HISTORY_QOS, true, U,
+         fdds::KEEP_ALL_HISTORY_QOS, 1000, 0, 1000},
+        {"reliable keyed, limited", DDS_RELIABLE_RELIABILITY_QOS, DDS_KEEP_LAST_HISTORY_QOS, true,
+         5000, fdds::KEEP_ALL_HISTORY_QOS, 1000, 5000, 1000},
+        {"best effort", DDS_BEST_EFFORT_RELIABILITY_QOS, DDS_KEEP_LAST_HISTORY_QOS, false, U,
+         fdds::KEEP_LAST_HISTORY_QOS, 1000, 0, 0},
+        {"reliable keep all", DDS_RELIABLE_RELIABILITY_QOS, DDS_KEEP_ALL_HISTORY_QOS, false, U,
+         fdds::KEEP_ALL_HISTORY_QOS, 1, 0, 0},
+    };
+    for (const Case& c : cases) {
+        DDS_DataWriterQos qos;
+        qos.reliability.kind = c.reliability;
+        qos.history.kind = c.kind;
+        qos.history.depth = 1000;
+        qos.resource_limits.max_samples = c.max_samples;
+        fdds::DataWriterQos fast;
+        ASSERT_EQ(qordds::translate_writer_qos(qos, c.keyed, fast, "test"), DDS_RETCODE_OK)
+            << c.what;
+        EXPECT_EQ(fast.history().kind, c.fast_kind) << c.what;
+        EXPECT_EQ(fast.history().depth, c.fast_depth) << c.what;
+        EXPECT_EQ(fast.resource_limits().max_samples, c.fast_max_samples) << c.what;
+        EXPECT_EQ(fast.resource_limits().max_samples_per_instance, c.fast_per_instance) << c.what;
+        EXPECT_LE(fast.resource_limits().allocated_samples,
+                  c.fast_max_samples > 0 ? c.fast_max_samples : INT32_MAX)
+            << c.what;
+    }
 }
 
 TEST(EndpointQos, ReaderMulticastSettingsBecomeMulticastLocators) {
