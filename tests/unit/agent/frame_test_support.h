@@ -7,6 +7,8 @@
 
 #include <cstdio>
 #include <functional>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -91,6 +93,12 @@ inline bool parse(TestAgent& agent, const std::vector<std::string>& arguments,
                  ? output.substr(expectedHeader.size())
                  : "(no header) " + output;
     return accepted;
+}
+
+// The arguments of a command line that has no blanks inside its arguments.
+inline std::vector<std::string> words(const std::string& line) {
+    std::istringstream in(line);
+    return std::vector<std::string>(std::istream_iterator<std::string>(in), {});
 }
 
 inline std::string errorIn(const std::string& argument) {

@@ -40,70 +40,71 @@ TEST_F(Lifecycle, VerbosityLevelsMapToCumulativeLoggerMasks) {
     EXPECT_EQ(0x3F, QORUtil_getKestVerbosityFromUtilVerbosity(-1));
 }
 
-// The summary comes before the run from level 2 on; the logger gets the mask of the level and
-// the print format as given.
-TEST_F(Lifecycle, RunsWithTheSettingsHandedToTheLogger) {
-    struct Case {
-        std::vector<std::string> arguments;
-        std::string output;
-        int verbosity, mask, format;
-    };
-    std::vector<std::string> thirtyOneAndAnEmptyOne(31, "-reliable");
-    thirtyOneAndAnEmptyOne.push_back("");
-    const Case cases[] = {
-        {{}, header(), 1, 0x03, 13330},
-        {{"-verbosity", "2", "-participantPartition", "A", "-participantPartition", "B",
-          "-numSamples", "1", "-sendPeriod", "0", "-LogFormat", "5"},
-         golden("summary-verbosity-2.txt"),
-         2,
-         0x07,
-         5},
-        // Empty arguments vanish, and so do not count: 31 arguments are the most a command
-        // line holds.
-        {{"", "-verbosity", "", "", "0", ""}, header(), 0, 0x00, 13330},
-        {thirtyOneAndAnEmptyOne, header(), 1, 0x03, 13330},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.arguments));
-        TestAgent agent;
-        EXPECT_EQ(c.output, agent.execute(c.arguments));
-        EXPECT_TRUE(agent.result);
-        EXPECT_EQ(1, agent.runs);
-        EXPECT_EQ(c.verbosity, theVerbosity);
-        EXPECT_EQ(c.mask, DDSLogger::get_instance()->get_verbosity());
-        EXPECT_EQ(c.format, DDSLogger::get_instance()->get_print_format());
-    }
+struct Execution {
+    std::vector<std::string> arguments;
+    std::string output;
+    bool runs;
+    int verbosity, mask, format;
+};
+
+Execution ran(const std::vector<std::string>& arguments, const std::string& output,
+              int verbosity = 1, int mask = 0x03, int format = 13330) {
+    return {arguments, output, true, verbosity, mask, format};
 }
 
-TEST_F(Lifecycle, StopsBeforeTheRun) {
+Execution stopped(const std::vector<std::string>& arguments, const std::string& output) {
+    return {arguments, output, false, 1, 0, 0};
+}
+
+// What execute() prints, and whether it runs: the summary before the run from level 2 on, and
+// the logger given the mask of the level and the print format; or, when the command line
+// stops it, no run and the verbosity untouched.
+TEST_F(Lifecycle, ExecuteRunsOrStops) {
     std::string usageWithDomain7 = golden("help.txt");
     const std::string defaultDomain = "Sets the domainId (default 0)";
     usageWithDomain7.replace(usageWithDomain7.find(defaultDomain), defaultDomain.size(),
                              "Sets the domainId (default 7)");
-    const struct {
-        std::vector<std::string> arguments;
-        std::string output;
-    } cases[] = {
-        {{"-help"}, golden("help.txt")},
+    std::vector<std::string> thirtyOneAndAnEmptyOne(31, "-reliable");
+    thirtyOneAndAnEmptyOne.push_back("");
+    const std::string tooLong = "QOR Solvane DDS Ping: Parameter length: ";
+    const Execution cases[] = {
+        ran({}, header()),
+        ran(frametest::words("-verbosity 2 -participantPartition A -participantPartition B "
+                             "-numSamples 1 -sendPeriod 0 -LogFormat 5"),
+            golden("summary-verbosity-2.txt"), 2, 0x07, 5),
+        // Empty arguments vanish and do not count: 31 arguments are the most a line holds.
+        ran({"", "-verbosity", "", "", "0", ""}, header(), 0, 0x00),
+        ran(thirtyOneAndAnEmptyOne, header()),
+        stopped(std::vector<std::string>(32, "-reliable"), ""),
+        // Title, blank and joined command fill 512 characters at most; the joined command
+        // itself, with its terminator, 512 too. Neither gets as far as the header.
+        ran({"-domainTag", std::string(479, 'x')}, header()),
+        stopped({"-domainTag", std::string(480, 'x')},
+                tooLong + "513 exceeds maximum specified of 512\n"),
+        stopped({"-domainTag", std::string(499, 'x')},
+                tooLong + "532 exceeds maximum specified of 512\n"),
+        stopped({"-domainTag", std::string(500, 'x')},
+                "Parameter length exceeds maximum allowed of 512\n"),
+        stopped({"-help"}, golden("help.txt")),
         // A lone dash abbreviates the first option tested.
-        {{"-"}, golden("help.txt")},
+        stopped({"-"}, golden("help.txt")),
         // The page shows the settings parsed so far; nothing after -help is parsed.
-        {{"-domainId", "7", "-help", "-foo"}, usageWithDomain7},
-        {{"-v"},
-         header() + frametest::dotted("QOR KESTAGENT built with DDS version: %d.%d.%d (%s)\n")},
-        {{"-foo"}, header() + "QOR Solvane DDS Ping: Unrecognized parameter '-foo'\n"},
-        // Too many arguments, or too many characters, fail before the header.
-        {std::vector<std::string>(32, "-reliable"), ""},
-        {{"-domainTag", std::string(500, 'x')},
-         "Parameter length exceeds maximum allowed of 512\n"},
+        stopped({"-domainId", "7", "-help", "-foo"}, usageWithDomain7),
+        stopped({"-v"}, header() + frametest::dotted(
+                                       "QOR KESTAGENT built with DDS version: %d.%d.%d (%s)\n")),
+        stopped({"-foo"}, header() + "QOR Solvane DDS Ping: Unrecognized parameter '-foo'\n"),
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.arguments[0]);
+    for (const Execution& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.arguments).substr(0, 80));
         TestAgent agent;
         EXPECT_EQ(c.output, agent.execute(c.arguments));
-        EXPECT_FALSE(agent.result);
-        EXPECT_EQ(0, agent.runs);
-        EXPECT_EQ(1, theVerbosity);
+        EXPECT_EQ(c.runs, agent.result);
+        EXPECT_EQ(c.runs ? 1 : 0, agent.runs);
+        EXPECT_EQ(c.verbosity, theVerbosity);
+        if (c.runs) {
+            EXPECT_EQ(c.mask, DDSLogger::get_instance()->get_verbosity());
+            EXPECT_EQ(c.format, DDSLogger::get_instance()->get_print_format());
+        }
     }
 }
 

@@ -147,48 +147,38 @@ TEST(QosProfileSources, StringFragmentsJoinAndFilesFollowInOrder) {
 }
 
 const char* const values_document = R"(<dds><qos_library name="L">
-<qos_profile name="Base" is_default_qos="true">
-  <domain_participant_qos>
-    <participant_name><name> Base name </name></participant_name>
-    <wire_protocol><participant_id>4</participant_id><rtps_app_id>0x00C0FFEE</rtps_app_id>
-    </wire_protocol>
-    <transport_builtin><mask>DDS_TRANSPORTBUILTIN_UDPv4 | UDPv6</mask></transport_builtin>
-    <discovery><initial_peers><element>1@127.0.0.1</element><element>shmem://</element>
-    </initial_peers></discovery>
-    <discovery_config>
-      <participant_liveliness_lease_duration><sec>DURATION_INFINITE_SEC</sec>
-      </participant_liveliness_lease_duration>
-      <builtin_discovery_plugins>DDS_DISCOVERYCONFIG_BUILTIN_SDP2</builtin_discovery_plugins>
-    </discovery_config>
-    <receiver_pool><buffer_size>9000</buffer_size></receiver_pool>
-    <property><value>
-      <element><name>a</name><value>1</value><propagate>true</propagate></element>
-    </value></property>
-  </domain_participant_qos>
-  <publisher_qos><partition><name><element>P1</element></name></partition></publisher_qos>
-  <datawriter_qos>
-    <reliability><kind>DDS_RELIABLE_RELIABILITY_QOS</kind></reliability>
-    <history><kind>KEEP_ALL_HISTORY_QOS</kind><depth>5</depth></history>
-    <resource_limits><max_samples>DDS_LENGTH_UNLIMITED</max_samples>
-      <max_instances>8</max_instances></resource_limits>
-    <writer_data_lifecycle><autodispose_unregistered_instances>true
-    </autodispose_unregistered_instances></writer_data_lifecycle>
-  </datawriter_qos>
+<qos_profile name="Base" is_default_qos="true"><domain_participant_qos>
+  <participant_name><name> Base name </name></participant_name>
+  <wire_protocol><participant_id>4</participant_id><rtps_app_id>0x00C0FFEE</rtps_app_id>
+  </wire_protocol><transport_builtin><mask>DDS_TRANSPORTBUILTIN_UDPv4 | UDPv6</mask>
+  </transport_builtin><discovery><initial_peers><element>1@127.0.0.1</element>
+  <element>shmem://</element></initial_peers></discovery><discovery_config>
+  <participant_liveliness_lease_duration><sec>DURATION_INFINITE_SEC</sec>
+  </participant_liveliness_lease_duration>
+  <builtin_discovery_plugins>DDS_DISCOVERYCONFIG_BUILTIN_SDP2</builtin_discovery_plugins>
+  </discovery_config><receiver_pool><buffer_size>9000</buffer_size></receiver_pool>
+  <property><value><element><name>a</name><value>1</value><propagate>true</propagate>
+  </element></value></property></domain_participant_qos>
+ <publisher_qos><partition><name><element>P1</element></name></partition></publisher_qos>
+ <datawriter_qos><reliability><kind>DDS_RELIABLE_RELIABILITY_QOS</kind></reliability>
+  <history><kind>KEEP_ALL_HISTORY_QOS</kind><depth>5</depth></history>
+  <resource_limits><max_samples>DDS_LENGTH_UNLIMITED</max_samples>
+  <max_instances>8</max_instances></resource_limits><writer_data_lifecycle>
+  <autodispose_unregistered_instances>true
+  </autodispose_unregistered_instances></writer_data_lifecycle></datawriter_qos>
 </qos_profile>
-<qos_profile name="Derived" base_name="Base">
-  <domain_participant_qos>
-    <participant_name><name>Derived name</name></participant_name>
-    <property><value><element><name>b</name><value>2</value></element></value></property>
-  </domain_participant_qos>
-  <datawriter_qos topic_filter="Ping*"><durability><kind>TRANSIENT_LOCAL_DURABILITY_QOS</kind>
-  </durability></datawriter_qos>
-  <datawriter_qos><deadline><period><sec>3</sec><nanosec>DURATION_ZERO_NSEC</nanosec></period>
-  </deadline></datawriter_qos>
-  <datareader_qos><time_based_filter><minimum_separation><sec>0</sec><nanosec>5</nanosec>
-    </minimum_separation></time_based_filter>
-    <multicast><value><element><receive_address>239.255.0.2</receive_address>
-      <receive_port>23002</receive_port></element></value></multicast>
-  </datareader_qos>
+<qos_profile name="Derived" base_name="Base"><domain_participant_qos>
+  <participant_name><name>Derived name</name></participant_name>
+  <property><value><element><name>b</name><value>2</value></element></value></property>
+ </domain_participant_qos>
+ <datawriter_qos topic_filter="Ping*"><durability><kind>TRANSIENT_LOCAL_DURABILITY_QOS</kind>
+ </durability></datawriter_qos>
+ <datawriter_qos><deadline><period><sec>3</sec><nanosec>DURATION_ZERO_NSEC</nanosec></period>
+ </deadline></datawriter_qos>
+ <datareader_qos><time_based_filter><minimum_separation><sec>0</sec><nanosec>5</nanosec>
+  </minimum_separation></time_based_filter><multicast><value><element>
+  <receive_address>239.255.0.2</receive_address><receive_port>23002</receive_port>
+  </element></value></multicast></datareader_qos>
 </qos_profile>
 </qos_library></dds>)";
 
