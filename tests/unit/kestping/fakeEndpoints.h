@@ -1,11 +1,10 @@
-// Untyped endpoints that stand in for the binding's: a reader that hands out canned takes and
+// Untyped endpoints that stand in for the binding's: a reader that lends out canned takes and
 // a writer that records what it was asked to do. The type supports wrap them into the typed
 // endpoints the tool uses.
 #ifndef QOR_TESTS_KESTPING_FAKE_ENDPOINTS_H
 #define QOR_TESTS_KESTPING_FAKE_ENDPOINTS_H
 
 #include <cstdint>
-#include <cstring>
 #include <deque>
 #include <string>
 #include <vector>
@@ -31,16 +30,15 @@ inline DDS_SampleInfo validInfo() {
 // as the key hash does.
 inline DDS_SampleInfo stateInfo(DDS_InstanceStateKind state, uint32_t key) {
     DDS_SampleInfo info;
-    info.valid_data = false;
     info.instance_state = state;
-    std::memset(info.instance_handle.value, 0, sizeof info.instance_handle.value);
     for (int i = 0; i < 4; ++i) {
         info.instance_handle.value[i] = static_cast<unsigned char>(key >> (24 - 8 * i));
     }
-    info.instance_handle.isValid = true;
     return info;
 }
 
+// Lends each canned take once, as the binding's reader does: an array of sample pointers and
+// a loan of the infos. Every return_loan call counts the loan back, whatever it answers.
 template <class Sample>
 class FakeReader : public DDSDataReader {
   public:
@@ -50,8 +48,10 @@ class FakeReader : public DDSDataReader {
     const DDSTypePlugin* get_type_plugin() override { return &plugin_; }
 
     DDS_ReturnCode_t read_or_take_untyped(bool, void*** samples, int32_t* count,
-                                          DDS_SampleInfoSeq& infos, int32_t, DDS_SampleStateMask,
-                                          DDS_ViewStateMask, DDS_InstanceStateMask) override {
+                                          DDS_SampleInfoSeq& infos, int32_t maxSamples,
+                                          DDS_SampleStateMask, DDS_ViewStateMask,
+                                          DDS_InstanceStateMask) override {
+        lastMaxSamples = maxSamples;
         if (takeResult != DDS_RETCODE_OK) {
             return takeResult;
         }
@@ -86,6 +86,7 @@ class FakeReader : public DDSDataReader {
     DDS_ReturnCode_t takeResult = DDS_RETCODE_OK;
     DDS_ReturnCode_t returnLoanResult = DDS_RETCODE_OK;
     int loansOut = 0;
+    int32_t lastMaxSamples = 0;
 
   private:
     DDSTypePlugin plugin_;
