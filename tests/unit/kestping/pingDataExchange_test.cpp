@@ -168,13 +168,15 @@ TEST_F(TwoParticipants, EachTypeRegistersUnderPingTypeAndTheNameKeepsItsFirstTyp
 }
 
 // tshark on the loopback interface: one line "user data|UDP payload" in hex for each DATA
-// submessage with user data, and "|payload" for each datagram sent to port 47999.
+// submessage with user data, and "|payload" for each datagram sent to port 47999. Bounded in
+// time, so that a test that dies before stopping it does not leave it behind.
 class Capture {
   public:
     Capture() {
         std::string command =
-            "exec tshark -i lo -l -f udp --enable-heuristic rtps_udp -T fields -E 'separator=|' "
-            "-Y 'rtps.issueData || udp.dstport == 47999' -e rtps.issueData -e udp.payload >" +
+            "exec timeout 60 tshark -i lo -l -f udp --enable-heuristic rtps_udp -T fields "
+            "-E 'separator=|' -Y 'rtps.issueData || udp.dstport == 47999' "
+            "-e rtps.issueData -e udp.payload >" +
             log_ + " 2>/dev/null";
         const char* argv[] = {"sh", "-c", command.c_str(), nullptr};
         if (posix_spawnp(&pid_, "sh", nullptr, nullptr, const_cast<char**>(argv), environ) != 0) {
