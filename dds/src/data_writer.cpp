@@ -111,10 +111,16 @@ bool UntypedDataWriter::attach(fdds::Publisher* publisher, fdds::Topic* topic,
     fast_publisher_ = fast_ == nullptr ? nullptr : publisher;
     const eprosima::fastrtps::Duration_t& period = qos.deadline().period;
     if (fast_ != nullptr && period != eprosima::fastrtps::c_TimeInfinite) {
-        deadline_.reset(new DeadlineWatch(std::chrono::nanoseconds(period.to_ns()),
-                                          [this](const DDS_OfferedDeadlineMissedStatus& status) {
-                                              report_deadline_missed(status);
-                                          }));
+        try {
+            deadline_.reset(
+                new DeadlineWatch(std::chrono::nanoseconds(period.to_ns()),
+                                  [this](const DDS_OfferedDeadlineMissedStatus& status) {
+                                      report_deadline_missed(status);
+                                  }));
+        } catch (const std::exception& e) {
+            log(LogKind::Error, "DDSPublisher::create_datawriter", "no offered-deadline watch: %s",
+                e.what());
+        }
     }
     waits_for_acknowledgements_ = qos.reliability().kind == fdds::RELIABLE_RELIABILITY_QOS &&
                                   qos.history().kind == fdds::KEEP_ALL_HISTORY_QOS;
