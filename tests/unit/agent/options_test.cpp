@@ -40,11 +40,7 @@ std::vector<std::pair<Arguments, std::string>> rows(const std::string& table) {
         if (bar == std::string::npos) {
             continue;
         }
-        std::istringstream words(line.substr(0, bar));
-        Arguments arguments;
-        for (std::string word; words >> word;) {
-            arguments.push_back(word);
-        }
+        Arguments arguments = frametest::words(line.substr(0, bar));
         std::string text = line.substr(std::min(bar + 3, line.size()));
         for (size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n", at)) {
             text.replace(at, 2, "\n");
@@ -57,43 +53,43 @@ std::vector<std::pair<Arguments, std::string>> rows(const std::string& table) {
 // Abbreviations go to the first option they fit, generic options before the ping ones.
 TEST(Options, AcceptedValuesShowInTheSummary) {
     for (const auto& row : rows(R"(
-        -d 5                          |     Domain.................: 5\n
-        -domain 5                     | : 5\n    Domain Tag.............: (not set)\n
-        -DOMAINID 42                  |     Domain.................: 42\n
-        -domainT x                    | Domain Tag.............: x\n
-        -discovery 5                  | DiscoveryTTL...........: 5 \n
-        -discoveryTTL 0               | DiscoveryTTL...........: 0 \n
-        -index 50                     | Participant index......: 50 \n
-        -appId 255                    | AppId..................: 000000ff \n
-        -t 1                          | Transport mask.........: 1 \n
-        -transport 12                 | Transport mask.........: 12 \n
-        -msgMaxSize 9000              | Max message size.......: 9000 \n
-        -s 0                          | Shmem receive size.....: 0 \n
-        -tcMaxSize 5000               | Type code max size.....: 5000 \n
-        -p A                          | list.........: A    Peer
-        -participantPartition A -p B  |     Partition in the Participant list.........: A,B    Peer Host list.........: <default from environment>\n
-        -peer 1.2.3.4 -peer ::1       | Peer Host list.........: 1.2.3.4 ::1\n
-        -sub                          | operation mode.........: Subscriber\n
-        -publisher -subscriber        | operation mode.........: Subscriber\n
-        -subscriber -publisher        | operation mode.........: Publisher\n
-        -r                            | reliable...............: true\n
-        -mu 239.255.0.1               | true\n    Multicast address......: 239.255.0.1\n
-        -multicast 1 -multicast 2     | Multicast address......: 2\n
-        -du TRANSIENT_LOCAL           | durability.............: DDS_TRANSIENT_LOCAL_DURABILITY_QOS\n
-        -du TRANSIENT_LOCAL -du VOLATILE | durability.............: DDS_VOLATILE_DURABILITY_QOS\n
-        -se 0.25                      | send period............: 0.250000\n
-        -sendPeriod 0                 | send period............: 0.000000\n
-        -sendPeriod nan               | send period............: nan\n
-        -ti 4                         | timeout................: 4\n
-        -n 3                          | Number of packets......: 3\n
-        -qu 0                         | queue size.............: 0\n
-        -to T                         | topic name.............: T\n
-        -ty X                         | type  name.............: X\n
-        -de 2.5                       | deadline...............: +2.500000 \n
-        -timeF 0.5                    | time based filter......: +0.500000 \n
-        -u 2                          | use keys...............: yes\n    num keys...............: 2 \n
-        -useKeys 5 -useKeys 0         | use keys...............: no\n    num keys...............: 0 (ignored for subs)\n
-        -useKeys 3 -subscriber        | num keys...............: 3 (ignored for subs)\n
+    -d 5 |     Domain.................: 5\n
+    -domain 5 | : 5\n    Domain Tag.............: (not set)\n
+    -DOMAINID 42 |     Domain.................: 42\n
+    -domainT x | Domain Tag.............: x\n
+    -discovery 5 | DiscoveryTTL...........: 5 \n
+    -discoveryTTL 0 | DiscoveryTTL...........: 0 \n
+    -index 50 | Participant index......: 50 \n
+    -appId 255 | AppId..................: 000000ff \n
+    -t 1 | Transport mask.........: 1 \n
+    -transport 12 | Transport mask.........: 12 \n
+    -msgMaxSize 9000 | Max message size.......: 9000 \n
+    -s 0 | Shmem receive size.....: 0 \n
+    -tcMaxSize 5000 | Type code max size.....: 5000 \n
+    -p A | list.........: A    Peer
+    -participantPartition A -p B | : A,B    Peer Host list.........: <default from environment>\n
+    -peer 1.2.3.4 -peer ::1 | Peer Host list.........: 1.2.3.4 ::1\n
+    -sub | operation mode.........: Subscriber\n
+    -publisher -subscriber | operation mode.........: Subscriber\n
+    -subscriber -publisher | operation mode.........: Publisher\n
+    -r | reliable...............: true\n
+    -mu 239.255.0.1 | true\n    Multicast address......: 239.255.0.1\n
+    -multicast 1 -multicast 2 | Multicast address......: 2\n
+    -du TRANSIENT_LOCAL | durability.............: DDS_TRANSIENT_LOCAL_DURABILITY_QOS\n
+    -du TRANSIENT_LOCAL -du VOLATILE | durability.............: DDS_VOLATILE_DURABILITY_QOS\n
+    -se 0.25 | send period............: 0.250000\n
+    -sendPeriod 0 | send period............: 0.000000\n
+    -sendPeriod nan | send period............: nan\n
+    -ti 4 | timeout................: 4\n
+    -n 3 | Number of packets......: 3\n
+    -qu 0 | queue size.............: 0\n
+    -to T | topic name.............: T\n
+    -ty X | type  name.............: X\n
+    -de 2.5 | deadline...............: +2.500000 \n
+    -timeF 0.5 | time based filter......: +0.500000 \n
+    -u 2 | use keys...............: yes\n    num keys...............: 2 \n
+    -useKeys 5 -useKeys 0 | : no\n    num keys...............: 0 (ignored for subs)\n
+    -useKeys 3 -subscriber | num keys...............: 3 (ignored for subs)\n
     )")) {
         TestAgent agent;
         expectParse(agent, row.first, true, "");
@@ -131,37 +127,35 @@ TEST(Options, AcceptedValuesOutsideTheSummary) {
 // stops; an unknown option has only its own line.
 TEST(Options, RejectedValuesPrintTheirMessageAndNameTheArgument) {
     for (const auto& row : rows(R"(
-        -domainIdx            | QOR Solvane DDS Ping: Unrecognized parameter '-domainIdx'\n
-        -domainId -1          | Invalid domain number: -1 (must be greater than 0)\n
-        -index 51             | Invalid participant index: 51 (must be between 0 and 50)\n
-        -index -2             | Invalid participant index: -2 (must be between 0 and 50)\n
-        -appId -5             | Invalid appId: -5. Must be a positive integer\n
-        -verbosity -1         | Invalid verbosity value: -1 (must be >=0, and <= 5)\n
-        -LogFormat -1         | Invalid log format value: -1 (must be >=0, and <= 65535)\n
-        -discoveryTTL 256     | Invalid DiscoveryTTL value: 256  Must be between 1 and 255\n
-        -discoveryTTL -1      | Invalid DiscoveryTTL value: -1  Must be between 1 and 255\n
-        -discoveryPlugins SPDP2 | Invalid value "SPDP2" for '-discoveryPlugins'. It must be: 'SDP', or 'SDP2'.\n
-        -transport 0          | Invalid transport mask: 0 (must be >0 to select at least one transport)\n
-        -msgMaxSize -2        | Invalid message size: -2\n
-        -shmRcvSize -2        | Invalid shmem size: -2\n
-        -tcMaxSize 0          | Invalid type code max size: 0\n
-        -durability transient_local | Invalid value for -durability. Acceptable values are: VOLATILE | TRANSIENT_LOCAL\n
-        -sendPeriod 0.5x      | Invalid value for sendPeriod: 0.5x (must be >=0, 0=unlimited)\n
-        -timeout -1           | Invalid value for timeout: -1 (must be >=0, 0=unlimited)\n
-        -numSamples -1        | Invalid value for numSamples: -1 (must be >=0, 0=unlimited)\n
-        -queueSize -1         | Invalid value for queuSize: -1 (must be >0)\n
-        -deadline 2s          | Invalid value for deadline: 2.000000 (must be >=0, 0=unlimited)\n
-        -deadline -1          | Invalid value for deadline: -1.000000 (must be >=0, 0=unlimited)\n
-        -timeFilter -0.5      | Invalid value for time-filter duration: -0.500000 (must be >=0, 0=unlimited)\n
-        -useKeys -1           | Invalid value for useKeys: -1 (must be >0)\n
-        -m 239.255.0.1        | Missing or mal-formed value following argument '-msgMaxSize'\n
-        -reliable -multicast  | Missing value for argument '-multicast'\n
-        -qos                  | Missing value for argument '-qosFile'\n
-        -qosProfile MyLib:MyProf |
-        -qosProfile ::MyProf  |
-        -qosProfile MyLib::   |
-        -qosProfile a::b:c    |
-        -qosProfile MyLib     |
+    -domainIdx | QOR Solvane DDS Ping: Unrecognized parameter '-domainIdx'\n
+    -domainId -1 | Invalid domain number: -1 (must be greater than 0)\n
+    -index 51 | Invalid participant index: 51 (must be between 0 and 50)\n
+    -index -2 | Invalid participant index: -2 (must be between 0 and 50)\n
+    -appId -5 | Invalid appId: -5. Must be a positive integer\n
+    -verbosity -1 | Invalid verbosity value: -1 (must be >=0, and <= 5)\n
+    -LogFormat -1 | Invalid log format value: -1 (must be >=0, and <= 65535)\n
+    -discoveryTTL 256 | Invalid DiscoveryTTL value: 256  Must be between 1 and 255\n
+    -discoveryTTL -1 | Invalid DiscoveryTTL value: -1  Must be between 1 and 255\n
+    -t 0 | Invalid transport mask: 0 (must be >0 to select at least one transport)\n
+    -msgMaxSize -2 | Invalid message size: -2\n
+    -shmRcvSize -2 | Invalid shmem size: -2\n
+    -tcMaxSize 0 | Invalid type code max size: 0\n
+    -sendPeriod 0.5x | Invalid value for sendPeriod: 0.5x (must be >=0, 0=unlimited)\n
+    -timeout -1 | Invalid value for timeout: -1 (must be >=0, 0=unlimited)\n
+    -numSamples -1 | Invalid value for numSamples: -1 (must be >=0, 0=unlimited)\n
+    -queueSize -1 | Invalid value for queuSize: -1 (must be >0)\n
+    -deadline 2s | Invalid value for deadline: 2.000000 (must be >=0, 0=unlimited)\n
+    -deadline -1 | Invalid value for deadline: -1.000000 (must be >=0, 0=unlimited)\n
+    -timeF -0.5 | Invalid value for time-filter duration: -0.500000 (must be >=0, 0=unlimited)\n
+    -useKeys -1 | Invalid value for useKeys: -1 (must be >0)\n
+    -m 239.255.0.1 | Missing or mal-formed value following argument '-msgMaxSize'\n
+    -reliable -multicast | Missing value for argument '-multicast'\n
+    -qos | Missing value for argument '-qosFile'\n
+    -qosProfile MyLib:MyProf |
+    -qosProfile ::MyProf |
+    -qosProfile MyLib:: |
+    -qosProfile a::b:c |
+    -qosProfile MyLib |
     )")) {
         TestAgent agent;
         const std::string& named = row.first.back();
@@ -170,10 +164,11 @@ TEST(Options, RejectedValuesPrintTheirMessageAndNameTheArgument) {
     }
 }
 
-// What a rejection leaves: the settings as they were, with two exceptions; list options name
-// themselves as typed when their value looks like an option.
+// What a rejection leaves: the settings as they were, but the discovery plugins marked as set
+// and the send period stored. List options name themselves as typed when their value looks
+// like an option. And the rejections whose lines do not fit the table.
 TEST(Options, RejectionsLeaveTheSettings) {
-    TestAgent stopped, plugins, period, profile, partition, peer;
+    TestAgent stopped, plugins, period, profile, partition, peer, durability;
     expectParse(stopped, {"-domainId", "4", "-verbosity", "-1", "-domainId", "6"}, false,
                 "Invalid verbosity value: -1 (must be >=0, and <= 5)\n" + errorIn("-1"));
     EXPECT_EQ(4, stopped.domainId);
@@ -195,6 +190,10 @@ TEST(Options, RejectionsLeaveTheSettings) {
         "Missing or invalid partition '-peer' following the -participantPartition option\n" +
             errorIn("-participantPartition"));
     EXPECT_EQ(0, partition.participantPartitionCount);
+    expectParse(durability, {"-durability", "transient_local"}, false,
+                "Invalid value for -durability. Acceptable values are: VOLATILE | "
+                "TRANSIENT_LOCAL\n" +
+                    errorIn("transient_local"));
     expectParse(peer, {"-pee", "-x"}, false,
                 "Missing or invalid peer '-x' following the -pee option\n" + errorIn("-pee"));
 }
