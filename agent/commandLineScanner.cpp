@@ -131,6 +131,22 @@ int KestAgent::tryParseArgument(int* index, char** argv, int argc, const char* o
 }
 
 void KestAgent::convertFromFloat(DDS_Duration_t& duration, float seconds) {
+    // The options that reach here accept any number the user types, "nan" and "1e10"
+    // included. Those have no int32_t value, so they saturate rather than give whatever the
+    // processor makes of an undefined conversion: not a number is no time, and beyond the
+    // range is the longest or shortest duration there is.
+    if (seconds != seconds) {
+        duration = {0, 0};
+        return;
+    }
+    if (seconds >= 2147483648.0f) {
+        duration = {INT32_MAX, 999999999u};
+        return;
+    }
+    if (seconds <= -2147483648.0f) {
+        duration = {INT32_MIN, 0};
+        return;
+    }
     // Single precision throughout, so 1.1 gives 100000024 ns as the float really holds.
     int32_t wholeSeconds = static_cast<int32_t>(seconds);
     float fraction = seconds - static_cast<float>(wholeSeconds);

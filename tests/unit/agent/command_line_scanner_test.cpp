@@ -2,6 +2,8 @@
 // and splitting the command line within its bounds is seen through execute().
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "tests/unit/agent/frame_test_support.h"
 
 namespace {
@@ -26,8 +28,17 @@ TEST(CommandLineScanner, ConvertFromFloatTruncatesInSinglePrecision) {
         int32_t sec;
         uint32_t nanosec;
     } cases[] = {
-        {0.0f, 0, 0},         {1.5f, 1, 500000000}, {1.1f, 1, 100000024},
-        {2.7f, 2, 700000064}, {0.1f, 0, 100000000}, {3.0f, 3, 0},
+        {0.0f, 0, 0},
+        {1.5f, 1, 500000000},
+        {1.1f, 1, 100000024},
+        {2.7f, 2, 700000064},
+        {0.1f, 0, 100000000},
+        {3.0f, 3, 0},
+        // Values without an int32_t counterpart saturate instead of being undefined.
+        {std::nanf(""), 0, 0},
+        {1e10f, INT32_MAX, 999999999u},
+        {INFINITY, INT32_MAX, 999999999u},
+        {-INFINITY, INT32_MIN, 0},
     };
     for (const auto& c : cases) {
         DDS_Duration_t duration = {-7, 7};
