@@ -19,8 +19,14 @@ class DDSListener {
     virtual ~DDSListener() {}
 };
 
+// A writer or reader listener may be destroyed before its entity. Its destructor detaches it
+// from every entity that has it and waits for the callbacks under way on other threads: no
+// callback starts afterwards, and the entity's get_listener() answers null. The derived
+// class's destructor runs before that, so a callback may still run during it; a listener
+// whose callbacks use what its destructor releases is to be deleted after its entity.
 class DDSDataWriterListener : public virtual DDSListener {
   public:
+    ~DDSDataWriterListener() override;
     virtual void on_offered_deadline_missed(DDSDataWriter*,
                                             const DDS_OfferedDeadlineMissedStatus&) {}
     virtual void on_liveliness_lost(DDSDataWriter*, const DDS_LivelinessLostStatus&) {}
@@ -35,6 +41,7 @@ class DDSDataWriterListener : public virtual DDSListener {
 
 class DDSDataReaderListener : public virtual DDSListener {
   public:
+    ~DDSDataReaderListener() override;
     virtual void on_requested_deadline_missed(DDSDataReader*,
                                               const DDS_RequestedDeadlineMissedStatus&) {}
     virtual void on_liveliness_changed(DDSDataReader*, const DDS_LivelinessChangedStatus&) {}

@@ -52,7 +52,7 @@ class UntypedDataReader::Bridge : public fdds::DataReaderListener {
     explicit Bridge(UntypedDataReader& reader) : reader_(reader) {}
 
     void on_data_available(fdds::DataReader* fast) override {
-        GatePass pass(gate);
+        GatePass pass(reader_.gate_);
         if (pass && reader_.drain_from(fast)) {
             reader_.notify_data_available();
         }
@@ -60,7 +60,7 @@ class UntypedDataReader::Bridge : public fdds::DataReaderListener {
 
     void on_subscription_matched(fdds::DataReader*,
                                  const fdds::SubscriptionMatchedStatus& status) override {
-        GatePass pass(gate);
+        GatePass pass(reader_.gate_);
         if (!pass) {
             return;
         }
@@ -70,19 +70,17 @@ class UntypedDataReader::Bridge : public fdds::DataReaderListener {
             reader_.matched_peak_ = std::max(reader_.matched_peak_, status.current_count);
             peak = reader_.matched_peak_;
         }
-        if (DDSDataReaderListener* listener =
-                reader_.listener_for(DDS_SUBSCRIPTION_MATCHED_STATUS)) {
-            std::lock_guard<std::recursive_mutex> lock(reader_.listener_mutex_);
-            listener->on_subscription_matched(reader_.typed(),
-                                              translate_subscription_matched(status, peak));
-        }
+        DDS_SubscriptionMatchedStatus matched = translate_subscription_matched(status, peak);
+        reader_.call_listener(DDS_SUBSCRIPTION_MATCHED_STATUS, [&](DDSDataReaderListener& l) {
+            l.on_subscription_matched(reader_.typed(), matched);
+        });
         reader_.writer_matched(from_fast(status.last_publication_handle),
                                status.current_count_change > 0);
     }
 
     void on_liveliness_changed(fdds::DataReader*,
                                const fdds::LivelinessChangedStatus& status) override {
-        GatePass pass(gate);
+        GatePass pass(reader_.gate_);
         if (!pass) {
             return;
         }
@@ -96,30 +94,31 @@ class UntypedDataReader::Bridge : public fdds::DataReaderListener {
 
     void on_requested_deadline_missed(fdds::DataReader*,
                                       const fdds::RequestedDeadlineMissedStatus& status) override {
-        GatePass pass(gate);
-        DDSDataReaderListener* listener =
-            pass ? reader_.listener_for(DDS_REQUESTED_DEADLINE_MISSED_STATUS) : nullptr;
-        if (listener != nullptr) {
-            std::lock_guard<std::recursive_mutex> lock(reader_.listener_mutex_);
-            listener->on_requested_deadline_missed(reader_.typed(),
-                                                   translate_requested_deadline_missed(status));
+        GatePass pass(reader_.gate_);
+        if (pass) {
+            DDS_RequestedDeadlineMissedStatus missed = translate_requested_deadline_missed(status);
+            reader_.call_listener(DDS_REQUESTED_DEADLINE_MISSED_STATUS,
+                                  [&](DDSDataReaderListener& l) {
+                                      l.on_requested_deadline_missed(reader_.typed(), missed);
+                                  });
         }
     }
 
     void on_requested_incompatible_qos(
         fdds::DataReader*, const fdds::RequestedIncompatibleQosStatus& status) override {
-        GatePass pass(gate);
-        DDSDataReaderListener* listener =
-            pass ? reader_.listener_for(DDS_REQUESTED_INCOMPATIBLE_QOS_STATUS) : nullptr;
-        if (listener != nullptr) {
-            std::lock_guard<std::recursive_mutex> lock(reader_.listener_mutex_);
-            listener->on_requested_incompatible_qos(reader_.typed(),
-                                                    translate_requested_incompatible_qos(status));
+        GatePass pass(reader_.gate_);
+        if (pass) {
+            DDS_RequestedIncompatibleQosStatus incompatible =
+                translate_requested_incompatible_qos(status);
+            reader_.call_listener(
+                DDS_REQUESTED_INCOMPATIBLE_QOS_STATUS, [&](DDSDataReaderListener& l) {
+                    l.on_requested_incompatible_qos(reader_.typed(), incompatible);
+                });
         }
     }
 
     void on_sample_rejected(fdds::DataReader*, const fdds::SampleRejectedStatus& status) override {
-        GatePass pass(gate);
+        GatePass pass(reader_.gate_);
         if (pass) {
             DDS_SampleRejectedStatus translated = translate_sample_rejected(status);
             reader_.report_rejected(translated.last_reason, translated.last_instance_handle);
@@ -127,16 +126,14 @@ class UntypedDataReader::Bridge : public fdds::DataReaderListener {
     }
 
     void on_sample_lost(fdds::DataReader*, const fdds::SampleLostStatus& status) override {
-        GatePass pass(gate);
-        DDSDataReaderListener* listener =
-            pass ? reader_.listener_for(DDS_SAMPLE_LOST_STATUS) : nullptr;
-        if (listener != nullptr) {
-            std::lock_guard<std::recursive_mutex> lock(reader_.listener_mutex_);
-            listener->on_sample_lost(reader_.typed(), translate_sample_lost(status));
+        GatePass pass(reader_.gate_);
+        if (pass) {
+            DDS_SampleLostStatus lost = translate_sample_lost(status);
+            reader_.call_listener(DDS_SAMPLE_LOST_STATUS, [&](DDSDataReaderListener& l) {
+                l.on_sample_lost(reader_.typed(), lost);
+            });
         }
     }
-
-    CallbackGate gate;
 
   private:
     UntypedDataReader& reader_;
@@ -147,9 +144,11 @@ UntypedDataReader::UntypedDataReader(DDSTopic* topic, const DDSTypePlugin& plugi
                                      DDS_StatusMask mask)
     : topic_(topic),
       plugin_(plugin),
-      listener_(listener),
+      listener_(ListenerSlot::make(listener)),
       mask_(mask),
       cache_(plugin, cache_settings(plugin, qos)),
+      gate_(std::make_shared<CallbackGate>()),
+      listener_turn_(*gate_),
       bridge_(new Bridge(*this)) {}
 
 UntypedDataReader::~UntypedDataReader() {
@@ -175,18 +174,20 @@ bool UntypedDataReader::attach(fdds::Subscriber* subscriber, fdds::Topic* topic,
     return fast_ != nullptr;
 }
 
+void UntypedDataReader::stop_callbacks() {
+    gate_->close([this] { listener_turn_.gate_closed(); });
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (const DDS_InstanceHandle_t& writer : matched_writers_) {
+        untrack_keyed_writer(writer);
+    }
+    matched_writers_.clear();
+}
+
 DDS_ReturnCode_t UntypedDataReader::detach() {
     if (fast_ == nullptr) {
         return DDS_RETCODE_OK;
     }
-    bridge_->gate.close();
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        for (const DDS_InstanceHandle_t& writer : matched_writers_) {
-            untrack_keyed_writer(writer);
-        }
-        matched_writers_.clear();
-    }
+    stop_callbacks();
     DDS_ReturnCode_t result;
     try {
         result = static_cast<DDS_ReturnCode_t>(fast_subscriber_->delete_datareader(fast_)());
@@ -203,8 +204,21 @@ bool UntypedDataReader::has_outstanding_loans() const {
     return !loans_.empty();
 }
 
-DDSDataReaderListener* UntypedDataReader::listener_for(DDS_StatusKind kind) const {
-    return (mask_ & kind) != 0 && typed_ != nullptr ? listener_ : nullptr;
+// The gate is looked at with the turn taken: a callback that waited for its turn while
+// another one deleted the reader must not call the listener with the deleted typed reader.
+template <class Invoke>
+void UntypedDataReader::call_listener(DDS_StatusKind kind, Invoke invoke) {
+    if ((mask_ & kind) == 0 || typed_ == nullptr || !listener_turn_.take()) {
+        return;
+    }
+    ListenerTurn::Held turn(listener_turn_);
+    if (gate_->is_closed()) {
+        return;
+    }
+    ListenerSlot::Call call(listener_);
+    if (DDSDataReaderListener* listener = call.get<DDSDataReaderListener>()) {
+        invoke(*listener);
+    }
 }
 
 bool UntypedDataReader::drain_from(fdds::DataReader* fast) {
@@ -252,28 +266,24 @@ void UntypedDataReader::report_rejected(DDS_SampleRejectedStatusKind reason,
         rejected_.last_instance_handle = handle;
         status = rejected_;
     }
-    if (DDSDataReaderListener* listener = listener_for(DDS_SAMPLE_REJECTED_STATUS)) {
-        std::lock_guard<std::recursive_mutex> lock(listener_mutex_);
-        listener->on_sample_rejected(typed_, status);
-    }
+    call_listener(DDS_SAMPLE_REJECTED_STATUS,
+                  [&](DDSDataReaderListener& l) { l.on_sample_rejected(typed_, status); });
 }
 
 void UntypedDataReader::notify_data_available() {
-    if (DDSDataReaderListener* listener = listener_for(DDS_DATA_AVAILABLE_STATUS)) {
-        std::lock_guard<std::recursive_mutex> lock(listener_mutex_);
-        listener->on_data_available(typed_);
-    }
+    call_listener(DDS_DATA_AVAILABLE_STATUS,
+                  [&](DDSDataReaderListener& l) { l.on_data_available(typed_); });
 }
 
 void UntypedDataReader::apply(const WriterLiveliness::Change& change) {
     if (!change.reported) {
         return;
     }
-    if (DDSDataReaderListener* listener = listener_for(DDS_LIVELINESS_CHANGED_STATUS)) {
-        std::lock_guard<std::recursive_mutex> lock(listener_mutex_);
-        listener->on_liveliness_changed(typed_, change.status);
-    }
-    if (change.writer_lost) {
+    call_listener(DDS_LIVELINESS_CHANGED_STATUS, [&](DDSDataReaderListener& l) {
+        l.on_liveliness_changed(typed_, change.status);
+    });
+    // The listener may have deleted the reader.
+    if (change.writer_lost && !gate_->is_closed()) {
         int added;
         {
             std::lock_guard<std::mutex> lock(mutex_);
@@ -286,6 +296,10 @@ void UntypedDataReader::apply(const WriterLiveliness::Change& change) {
 }
 
 void UntypedDataReader::writer_matched(const DDS_InstanceHandle_t& writer, bool matched) {
+    // A reader being deleted has let go of its writers already.
+    if (gate_->is_closed()) {
+        return;
+    }
     bool keyed = plugin_.key_kind != DDS_TYPEPLUGIN_NO_KEY;
     WriterLiveliness::Change change;
     {

@@ -6,8 +6,9 @@
 // only, never from Fast DDS, so no lock of the binding is ever held while calling into Fast
 // DDS, and the order Fast DDS delivered is the order the application sees.
 //
-// Listener callbacks of one reader are made one at a time, with the typed reader. A reader
-// is deleted from outside its own callbacks: deletion waits for the callbacks under way.
+// Listener callbacks of one reader are made one at a time, with the typed reader. Deletion
+// waits for the callbacks under way; a reader deleted from a listener is deleted on another
+// thread once that callback has returned (see deferred_deletion.h).
 #ifndef QOR_DDS_SRC_DATA_READER_H
 #define QOR_DDS_SRC_DATA_READER_H
 
@@ -20,6 +21,9 @@
 #include <fastdds/dds/subscriber/qos/DataReaderQos.hpp>
 #include <fastdds/dds/topic/Topic.hpp>
 
+#include "dds/src/callback_gate.h"
+#include "dds/src/listener_slot.h"
+#include "dds/src/listener_turn.h"
 #include "dds/src/reader_cache.h"
 #include "dds/src/writer_liveliness.h"
 #include "dds/subscription.h"
@@ -38,7 +42,11 @@ class UntypedDataReader : public DDSDataReader {
     bool attach(eprosima::fastdds::dds::Subscriber* subscriber,
                 eprosima::fastdds::dds::Topic* topic,
                 const eprosima::fastdds::dds::DataReaderQos& qos);
-    // Stops the callbacks and deletes the Fast DDS reader.
+    // No callback starts after this, and those under way on other threads have returned;
+    // one of the calling thread may still be under way.
+    void stop_callbacks();
+    // Stops the callbacks and deletes the Fast DDS reader; not on a thread inside a callback
+    // (see deferred_deletion.h).
     DDS_ReturnCode_t detach();
     bool has_outstanding_loans() const;
 
@@ -46,7 +54,9 @@ class UntypedDataReader : public DDSDataReader {
     DDSDataReader* typed() const { return typed_; }
     DDSTopic* topic() const { return topic_; }
 
-    DDSDataReaderListener* get_listener() override { return listener_; }
+    DDSDataReaderListener* get_listener() override {
+        return listener_->get<DDSDataReaderListener>();
+    }
     const DDSTypePlugin* get_type_plugin() override { return &plugin_; }
     DDS_ReturnCode_t read_or_take_untyped(bool take, void*** samples, int32_t* count,
                                           DDS_SampleInfoSeq& infos, int32_t max_samples,
@@ -68,7 +78,10 @@ class UntypedDataReader : public DDSDataReader {
     UntypedDataReader(const UntypedDataReader&) = delete;
     UntypedDataReader& operator=(const UntypedDataReader&) = delete;
 
-    DDSDataReaderListener* listener_for(DDS_StatusKind kind) const;
+    // Calls `invoke` with the listener when the mask selects `kind` and the reader is not
+    // being deleted.
+    template <class Invoke>
+    void call_listener(DDS_StatusKind kind, Invoke invoke);
     // Moves what the Fast DDS reader holds into the cache; true when unread samples wait.
     bool drain_from(eprosima::fastdds::dds::DataReader* fast);
     void report_rejected(DDS_SampleRejectedStatusKind reason, const DDS_InstanceHandle_t& handle);
@@ -78,7 +91,7 @@ class UntypedDataReader : public DDSDataReader {
 
     DDSTopic* topic_;
     DDSTypePlugin plugin_;
-    DDSDataReaderListener* listener_;
+    std::shared_ptr<ListenerSlot> listener_;
     DDS_StatusMask mask_;
     DDSDataReader* typed_ = nullptr;
     eprosima::fastdds::dds::Subscriber* fast_subscriber_ = nullptr;
@@ -92,7 +105,8 @@ class UntypedDataReader : public DDSDataReader {
     DDS_SampleRejectedStatus rejected_;
     int32_t matched_peak_ = 0;
 
-    std::recursive_mutex listener_mutex_;  // one listener callback at a time
+    std::shared_ptr<CallbackGate> gate_;
+    ListenerTurn listener_turn_;
     std::unique_ptr<Bridge> bridge_;
 };
 

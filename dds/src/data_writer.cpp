@@ -29,15 +29,15 @@ class UntypedDataWriter::Bridge : public fdds::DataWriterListener {
 
     void on_publication_matched(fdds::DataWriter*,
                                 const fdds::PublicationMatchedStatus& status) override {
-        GatePass pass(gate);
+        GatePass pass(writer_.gate_);
         if (!pass) {
             return;
         }
-        int32_t peak = raise_peak(status.current_count);
-        if (DDSDataWriterListener* listener = listener_for(DDS_PUBLICATION_MATCHED_STATUS)) {
-            listener->on_publication_matched(writer_.typed(),
-                                             translate_publication_matched(status, peak));
-        }
+        DDS_PublicationMatchedStatus matched =
+            translate_publication_matched(status, raise_peak(status.current_count));
+        writer_.call_listener(DDS_PUBLICATION_MATCHED_STATUS, [&](DDSDataWriterListener& l) {
+            l.on_publication_matched(writer_.typed(), matched);
+        });
     }
 
     // Fast DDS's own reports are not passed on: the binding watches the deadline itself (see
@@ -47,34 +47,28 @@ class UntypedDataWriter::Bridge : public fdds::DataWriterListener {
 
     void on_offered_incompatible_qos(fdds::DataWriter*,
                                      const fdds::OfferedIncompatibleQosStatus& status) override {
-        GatePass pass(gate);
-        if (!pass) {
-            return;
-        }
-        if (DDSDataWriterListener* listener = listener_for(DDS_OFFERED_INCOMPATIBLE_QOS_STATUS)) {
-            listener->on_offered_incompatible_qos(writer_.typed(),
-                                                  translate_offered_incompatible_qos(status));
+        GatePass pass(writer_.gate_);
+        if (pass) {
+            DDS_OfferedIncompatibleQosStatus incompatible =
+                translate_offered_incompatible_qos(status);
+            writer_.call_listener(DDS_OFFERED_INCOMPATIBLE_QOS_STATUS,
+                                  [&](DDSDataWriterListener& l) {
+                                      l.on_offered_incompatible_qos(writer_.typed(), incompatible);
+                                  });
         }
     }
 
     void on_liveliness_lost(fdds::DataWriter*, const fdds::LivelinessLostStatus& status) override {
-        GatePass pass(gate);
-        if (!pass) {
-            return;
-        }
-        if (DDSDataWriterListener* listener = listener_for(DDS_LIVELINESS_LOST_STATUS)) {
-            listener->on_liveliness_lost(writer_.typed(), translate_liveliness_lost(status));
+        GatePass pass(writer_.gate_);
+        if (pass) {
+            DDS_LivelinessLostStatus lost = translate_liveliness_lost(status);
+            writer_.call_listener(DDS_LIVELINESS_LOST_STATUS, [&](DDSDataWriterListener& l) {
+                l.on_liveliness_lost(writer_.typed(), lost);
+            });
         }
     }
-
-    CallbackGate gate;
 
   private:
-    DDSDataWriterListener* listener_for(DDS_StatusKind kind) const {
-        return (writer_.mask_ & kind) != 0 && writer_.typed() != nullptr ? writer_.listener_
-                                                                         : nullptr;
-    }
-
     int32_t raise_peak(int32_t current) {
         std::lock_guard<std::mutex> lock(peak_mutex_);
         if (current > peak_) {
@@ -92,8 +86,9 @@ UntypedDataWriter::UntypedDataWriter(DDSTopic* topic, const DDSTypePlugin& plugi
                                      DDSDataWriterListener* listener, DDS_StatusMask mask)
     : topic_(topic),
       plugin_(plugin),
-      listener_(listener),
+      listener_(ListenerSlot::make(listener)),
       mask_(mask),
+      gate_(std::make_shared<CallbackGate>()),
       bridge_(new Bridge(*this)) {}
 
 UntypedDataWriter::~UntypedDataWriter() {
@@ -131,14 +126,18 @@ bool UntypedDataWriter::attach(fdds::Publisher* publisher, fdds::Topic* topic,
     return fast_ != nullptr;
 }
 
+void UntypedDataWriter::stop_callbacks() {
+    if (deadline_ != nullptr) {
+        deadline_->stop();
+    }
+    gate_->close();
+}
+
 DDS_ReturnCode_t UntypedDataWriter::detach() {
     if (fast_ == nullptr) {
         return DDS_RETCODE_OK;
     }
-    if (deadline_ != nullptr) {
-        deadline_->stop();
-    }
-    bridge_->gate.close();
+    stop_callbacks();
     DDS_ReturnCode_t result;
     try {
         // Fast DDS drops whatever is still unacknowledged with the writer, so a burst that
@@ -155,6 +154,17 @@ DDS_ReturnCode_t UntypedDataWriter::detach() {
     }
     fast_ = nullptr;
     return result;
+}
+
+template <class Invoke>
+void UntypedDataWriter::call_listener(DDS_StatusKind kind, Invoke invoke) {
+    if ((mask_ & kind) == 0 || typed_ == nullptr || gate_->is_closed()) {
+        return;
+    }
+    ListenerSlot::Call call(listener_);
+    if (DDSDataWriterListener* listener = call.get<DDSDataWriterListener>()) {
+        invoke(*listener);
+    }
 }
 
 namespace {
@@ -230,12 +240,14 @@ DDS_ReturnCode_t UntypedDataWriter::unregister_instance_untyped(
     return result;
 }
 
-// Called by the deadline watch's thread, which stops before the writer goes (also when the
-// writer is deleted from this very callback, after which nothing of it is touched).
+// Called by the deadline watch's thread, which stops before the writer goes; a writer deleted
+// from this very callback is deleted on another thread once it has returned.
 void UntypedDataWriter::report_deadline_missed(const DDS_OfferedDeadlineMissedStatus& status) {
-    if ((mask_ & DDS_OFFERED_DEADLINE_MISSED_STATUS) != 0 && typed_ != nullptr &&
-        listener_ != nullptr) {
-        listener_->on_offered_deadline_missed(typed_, status);
+    GatePass pass(gate_);
+    if (pass) {
+        call_listener(DDS_OFFERED_DEADLINE_MISSED_STATUS, [&](DDSDataWriterListener& l) {
+            l.on_offered_deadline_missed(typed_, status);
+        });
     }
 }
 

@@ -11,7 +11,9 @@
 #include <fastdds/dds/topic/Topic.hpp>
 
 #include "dds/publication.h"
+#include "dds/src/callback_gate.h"
 #include "dds/src/deadline_watch.h"
+#include "dds/src/listener_slot.h"
 #include "dds/topic.h"
 
 namespace qordds {
@@ -26,14 +28,20 @@ class UntypedDataWriter : public DDSDataWriter {
     // typed writer is set first.
     bool attach(eprosima::fastdds::dds::Publisher* publisher, eprosima::fastdds::dds::Topic* topic,
                 const eprosima::fastdds::dds::DataWriterQos& qos);
-    // Stops the callbacks and deletes the Fast DDS writer.
+    // No callback starts after this, and those under way on other threads have returned;
+    // one of the calling thread may still be under way.
+    void stop_callbacks();
+    // Stops the callbacks and deletes the Fast DDS writer; not on a thread inside a callback
+    // (see deferred_deletion.h).
     DDS_ReturnCode_t detach();
 
     void set_typed(DDSDataWriter* typed) { typed_ = typed; }
     DDSDataWriter* typed() const { return typed_; }
     DDSTopic* topic() const { return topic_; }
 
-    DDSDataWriterListener* get_listener() override { return listener_; }
+    DDSDataWriterListener* get_listener() override {
+        return listener_->get<DDSDataWriterListener>();
+    }
     const DDSTypePlugin* get_type_plugin() override { return &plugin_; }
     DDS_ReturnCode_t write_untyped(const void* sample, const DDS_InstanceHandle_t& handle) override;
     DDS_ReturnCode_t dispose_untyped(const void* sample,
@@ -51,6 +59,10 @@ class UntypedDataWriter : public DDSDataWriter {
     // The instance a sample (or the handle, when given) belongs to.
     DDS_InstanceHandle_t instance_of(const void* sample, const DDS_InstanceHandle_t& handle) const;
     void report_deadline_missed(const DDS_OfferedDeadlineMissedStatus& status);
+    // Calls `invoke` with the listener when the mask selects `kind` and the writer is not
+    // being deleted.
+    template <class Invoke>
+    void call_listener(DDS_StatusKind kind, Invoke invoke);
 
     // Runs a write, dispose or unregistration on the Fast DDS writer.
     template <class Operation>
@@ -58,11 +70,12 @@ class UntypedDataWriter : public DDSDataWriter {
 
     DDSTopic* topic_;
     DDSTypePlugin plugin_;
-    DDSDataWriterListener* listener_;
+    std::shared_ptr<ListenerSlot> listener_;
     DDS_StatusMask mask_;
     DDSDataWriter* typed_ = nullptr;
     eprosima::fastdds::dds::Publisher* fast_publisher_ = nullptr;
     eprosima::fastdds::dds::DataWriter* fast_ = nullptr;
+    std::shared_ptr<CallbackGate> gate_;
     std::unique_ptr<Bridge> bridge_;
     std::unique_ptr<DeadlineWatch> deadline_;  // with a finite deadline only
     bool waits_for_acknowledgements_ = false;

@@ -7,6 +7,7 @@
 
 #include "dds/domain.h"
 #include "dds/publication.h"
+#include "dds/src/deferred_deletion.h"
 #include "dds/src/domain_isolation.h"
 #include "dds/src/endpoint_qos.h"
 #include "dds/src/log.h"
@@ -48,6 +49,7 @@ DDS_ReturnCode_t destroy_publisher(DDSDomainParticipant::Impl& participant,
         result = result == DDS_RETCODE_OK ? deleted : result;
     }
     publisher->impl()->writers.clear();
+    qordds::finish_deferred_deletions("DDSDomainParticipant::delete_publisher");
     DDS_ReturnCode_t deleted = fast_call("DDSDomainParticipant::delete_publisher", [&] {
         return participant.fast->delete_publisher(publisher->impl()->fast);
     });
@@ -67,6 +69,7 @@ DDS_ReturnCode_t destroy_subscriber(DDSDomainParticipant::Impl& participant,
         result = result == DDS_RETCODE_OK ? deleted : result;
     }
     subscriber->impl()->readers.clear();
+    qordds::finish_deferred_deletions("DDSDomainParticipant::delete_subscriber");
     DDS_ReturnCode_t deleted = fast_call("DDSDomainParticipant::delete_subscriber", [&] {
         return participant.fast->delete_subscriber(subscriber->impl()->fast);
     });
@@ -79,6 +82,7 @@ DDS_ReturnCode_t destroy_subscriber(DDSDomainParticipant::Impl& participant,
 }
 
 DDS_ReturnCode_t destroy_topic(DDSDomainParticipant::Impl& participant, DDSTopic* topic) {
+    qordds::finish_deferred_deletions("DDSDomainParticipant::delete_topic");
     DDS_ReturnCode_t deleted = fast_call("DDSDomainParticipant::delete_topic", [&] {
         return participant.fast->delete_topic(topic->impl()->fast);
     });

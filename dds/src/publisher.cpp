@@ -5,6 +5,7 @@
 #include <new>
 
 #include "dds/src/default_qos.h"
+#include "dds/src/deferred_deletion.h"
 #include "dds/src/endpoint_qos.h"
 #include "dds/src/log.h"
 #include "dds/src/participant_impl.h"
@@ -30,13 +31,29 @@ qordds::UntypedDataWriter* find_writer(DDSPublisher::Impl& publisher, DDSDataWri
 namespace qordds {
 
 DDS_ReturnCode_t destroy_writer(UntypedDataWriter* writer) {
-    DDS_ReturnCode_t result = writer->detach();
+    bool deferred = in_callback();
+    DDS_ReturnCode_t result = DDS_RETCODE_OK;
+    if (deferred) {
+        writer->stop_callbacks();
+    } else {
+        result = writer->detach();
+    }
     writer->topic()->impl()->endpoints -= 1;
     const DDSTypePlugin* plugin = writer->get_type_plugin();
     if (writer->typed() != writer && plugin->type_support != nullptr) {
         plugin->type_support->destroy_datawriterI(writer->typed());
     }
-    delete writer;
+    if (deferred) {
+        defer_deletion([writer] {
+            if (writer->detach() != DDS_RETCODE_OK) {
+                log(LogKind::Error, "DDSPublisher::delete_datawriter",
+                    "Fast DDS could not delete a writer deleted from a listener");
+            }
+            delete writer;
+        });
+    } else {
+        delete writer;
+    }
     return result;
 }
 

@@ -20,7 +20,8 @@ class DDSPublisher::Impl {
 namespace qordds {
 
 // Deletes the writer, its typed wrapper and its Fast DDS writer; the caller holds the
-// participant's mutex and has taken the writer out of its publisher's list.
+// participant's mutex and has taken the writer out of its publisher's list. Asked for inside a
+// callback, the deletion is finished on another thread (see deferred_deletion.h).
 DDS_ReturnCode_t destroy_writer(UntypedDataWriter* writer);
 
 }  // namespace qordds

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "dds/src/default_qos.h"
+#include "dds/src/deferred_deletion.h"
 #include "dds/src/endpoint_qos.h"
 #include "dds/src/log.h"
 #include "dds/src/participant_impl.h"
@@ -29,13 +30,29 @@ qordds::UntypedDataReader* find_reader(DDSSubscriber::Impl& subscriber, DDSDataR
 namespace qordds {
 
 DDS_ReturnCode_t destroy_reader(UntypedDataReader* reader) {
-    DDS_ReturnCode_t result = reader->detach();
+    bool deferred = in_callback();
+    DDS_ReturnCode_t result = DDS_RETCODE_OK;
+    if (deferred) {
+        reader->stop_callbacks();
+    } else {
+        result = reader->detach();
+    }
     reader->topic()->impl()->endpoints -= 1;
     const DDSTypePlugin* plugin = reader->get_type_plugin();
     if (reader->typed() != reader && plugin->type_support != nullptr) {
         plugin->type_support->destroy_datareaderI(reader->typed());
     }
-    delete reader;
+    if (deferred) {
+        defer_deletion([reader] {
+            if (reader->detach() != DDS_RETCODE_OK) {
+                log(LogKind::Error, "DDSSubscriber::delete_datareader",
+                    "Fast DDS could not delete a reader deleted from a listener");
+            }
+            delete reader;
+        });
+    } else {
+        delete reader;
+    }
     return result;
 }
 

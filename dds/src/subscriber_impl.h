@@ -20,7 +20,8 @@ class DDSSubscriber::Impl {
 namespace qordds {
 
 // Deletes the reader, its typed wrapper and its Fast DDS reader; the caller holds the
-// participant's mutex and has taken the reader out of its subscriber's list.
+// participant's mutex and has taken the reader out of its subscriber's list. Asked for inside a
+// callback, the deletion is finished on another thread (see deferred_deletion.h).
 DDS_ReturnCode_t destroy_reader(UntypedDataReader* reader);
 
 }  // namespace qordds

@@ -13,6 +13,8 @@
 #include <thread>
 #include <vector>
 
+#include <fastrtps/xmlparser/XMLProfileManager.h>
+
 #include "dds/domain.h"
 #include "dds/logger.h"
 #include "dds/publication.h"
@@ -35,6 +37,14 @@ inline bool eventually(const std::function<bool()>& done, int seconds = 20) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return done();
+}
+
+// Samples between participants of one process go through the transports, as between
+// processes, rather than being handed over directly.
+inline void deliver_through_transports() {
+    eprosima::fastrtps::LibrarySettingsAttributes settings;
+    settings.intraprocess_delivery = eprosima::fastrtps::INTRAPROCESS_OFF;
+    eprosima::fastrtps::xmlparser::XMLProfileManager::library_settings(settings);
 }
 
 struct ParticipantSetup {

@@ -14,7 +14,6 @@
 #include <mutex>
 #include <vector>
 
-#include <fastrtps/xmlparser/XMLProfileManager.h>
 #include <fastdds/dds/log/Log.hpp>
 
 #include "tests/unit/dds/endpoints_test_support.h"
@@ -22,14 +21,6 @@
 using namespace endpoints_test;
 
 namespace {
-
-// Samples between participants of one process go through the transports, as between
-// processes, rather than being handed over directly.
-void deliver_through_transports() {
-    eprosima::fastrtps::LibrarySettingsAttributes settings;
-    settings.intraprocess_delivery = eprosima::fastrtps::INTRAPROCESS_OFF;
-    eprosima::fastrtps::xmlparser::XMLProfileManager::library_settings(settings);
-}
 
 DDS_DataWriterQos window_writer_qos(int32_t depth) {
     DDS_DataWriterQos qos = writer_qos(true);
