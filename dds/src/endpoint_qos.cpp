@@ -200,8 +200,10 @@ bool transport_selected(const DDS_StringSeq& transports, bool v4) {
 
 // Each usable setting becomes a multicast locator of the reader: Fast DDS then announces it
 // instead of the participant's unicast locators, so writers send this reader's data (and
-// heartbeats) to that group and port. Settings that cannot be used are logged and left out;
-// the reader is still created.
+// heartbeats) to that group and port. Settings that cannot be used are logged and left out,
+// and the reader is still created; without a usable one it keeps the participant's locators.
+// An address that is no multicast group is one of them: writers would send there only, and
+// nothing would arrive.
 void set_multicast_locators(const DDS_TransportMulticastQosPolicy& multicast,
                             fdds::RTPSEndpointQos& endpoint, const char* context) {
     for (int32_t i = 0; i < multicast.value.length(); ++i) {
@@ -221,6 +223,13 @@ void set_multicast_locators(const DDS_TransportMulticastQosPolicy& multicast,
         bool v4 = true;
         for (int b = 0; b < 12; ++b) {
             v4 = v4 && bytes[b] == 0;
+        }
+        bool group = v4 ? (bytes[12] & 0xF0) == 0xE0 : bytes[0] == 0xFF;
+        if (!group) {
+            log(LogKind::Warning, context,
+                "multicast receive address \"%s\" is not a multicast group; left out",
+                settings.receive_address);
+            continue;
         }
         if (!transport_selected(settings.transports, v4)) {
             continue;

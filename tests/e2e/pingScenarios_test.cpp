@@ -418,19 +418,17 @@ TEST(PingScenario, MulticastReceiveAddressCarriesTheSamples) {
         << capture->output() << capture->errors();
 }
 
-// The warnings never stop the run: the reader is created with the address as given and
-// matches the publisher. Whether samples get through depends on where the publisher can send
-// them: a text that is no address is left out of the reader's locators, while 10.0.0.1 is not
-// an address of this host.
+// The warnings never stop the run: the reader is created and matches the publisher, and
+// samples arrive. An address that is no multicast group, like a text that is no address, is
+// left out of the reader's locators, so the publisher sends where the reader listens anyway.
 TEST(PingScenario, QuestionableMulticastAddressesAreWarnedAboutAndStillWork) {
     struct Case {
         const char* address;
         const char* warning;
-        bool samplesArrive;
     };
     const std::vector<Case> cases = {
-        {"10.0.0.1", "10.0.0.1 is not a valid multicast address", false},
-        {"foo:12", "foo is not a valid address", true},
+        {"10.0.0.1", "10.0.0.1 is not a valid multicast address"},
+        {"foo:12", "foo is not a valid address"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.address);
@@ -444,9 +442,7 @@ TEST(PingScenario, QuestionableMulticastAddressesAreWarnedAboutAndStillWork) {
         EXPECT_EQ(lines[0], c.warning);
         EXPECT_EQ(lines[1], LISTENING);
         EXPECT_EQ(countOf(lines, "Found 1 additional ping publishers(s)."), 1u) << joined(lines);
-        if (c.samplesArrive) {
-            EXPECT_GE(countStartingWith(lines, ISSUE_PREFIX), 5u) << joined(lines);
-        }
+        EXPECT_GE(countStartingWith(lines, ISSUE_PREFIX), 5u) << joined(lines);
     }
 }
 

@@ -566,8 +566,15 @@ TEST(EndpointQos, ReaderMulticastSettingsBecomeMulticastLocators) {
         {"ff02::1", 7400, nullptr},
         {"239.255.0.2", 23002, "UDPv6"},  // another transport's only: left out
         {"239.255.0.3", 23003, "builtin.udpv4"},
-        {"foo", 12, nullptr},         // not an address: left out
-        {"239.255.0.4", 0, nullptr},  // no port: left out
+        {"foo", 12, nullptr},          // not an address: left out
+        {"239.255.0.4", 0, nullptr},   // no port: left out
+        {"10.0.0.1", 23001, nullptr},  // no multicast group: left out
+        {"223.255.255.255", 23001, nullptr},
+        {"224.0.0.0", 23005, nullptr},
+        {"239.255.255.255", 23006, nullptr},
+        {"240.0.0.0", 23001, nullptr},
+        {"::1", 23001, nullptr},
+        {"fe80::1", 23001, nullptr},
     };
     DDS_DataReaderQos qos;
     int32_t count = sizeof settings_in / sizeof settings_in[0];
@@ -590,7 +597,8 @@ TEST(EndpointQos, ReaderMulticastSettingsBecomeMulticastLocators) {
         locators.push_back(eprosima::fastrtps::rtps::IPLocator::ip_to_string(locator) + ":" +
                            std::to_string(locator.port));
     }
-    EXPECT_EQ(locators, (Texts{"239.255.0.1:23001", "ff02::1:7400", "239.255.0.3:23003"}));
+    EXPECT_EQ(locators, (Texts{"239.255.0.1:23001", "ff02::1:7400", "239.255.0.3:23003",
+                               "224.0.0.0:23005", "239.255.255.255:23006"}));
     EXPECT_TRUE(fast.endpoint().unicast_locator_list.empty());
 }
 
