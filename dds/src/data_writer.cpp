@@ -33,6 +33,7 @@ class UntypedDataWriter::Bridge : public fdds::DataWriterListener {
         if (!pass) {
             return;
         }
+        writer_.matches_->changed(status.current_count);
         DDS_PublicationMatchedStatus matched =
             translate_publication_matched(status, raise_peak(status.current_count));
         writer_.call_listener(DDS_PUBLICATION_MATCHED_STATUS, [&](DDSDataWriterListener& l) {
@@ -89,6 +90,7 @@ UntypedDataWriter::UntypedDataWriter(DDSTopic* topic, const DDSTypePlugin& plugi
       listener_(ListenerSlot::make(listener)),
       mask_(mask),
       gate_(std::make_shared<CallbackGate>()),
+      matches_(std::make_shared<MatchWatch>()),
       bridge_(new Bridge(*this)) {}
 
 UntypedDataWriter::~UntypedDataWriter() {

@@ -13,6 +13,7 @@
 #include "dds/publication.h"
 #include "dds/src/callback_gate.h"
 #include "dds/src/deadline_watch.h"
+#include "dds/src/discovery_rendezvous.h"
 #include "dds/src/listener_slot.h"
 #include "dds/topic.h"
 
@@ -38,6 +39,8 @@ class UntypedDataWriter : public DDSDataWriter {
     void set_typed(DDSDataWriter* typed) { typed_ = typed; }
     DDSDataWriter* typed() const { return typed_; }
     DDSTopic* topic() const { return topic_; }
+    // Its matches, for the discovery rendezvous of its creation.
+    const std::shared_ptr<MatchWatch>& matches() const { return matches_; }
 
     DDSDataWriterListener* get_listener() override {
         return listener_->get<DDSDataWriterListener>();
@@ -76,6 +79,7 @@ class UntypedDataWriter : public DDSDataWriter {
     eprosima::fastdds::dds::Publisher* fast_publisher_ = nullptr;
     eprosima::fastdds::dds::DataWriter* fast_ = nullptr;
     std::shared_ptr<CallbackGate> gate_;
+    std::shared_ptr<MatchWatch> matches_;
     std::unique_ptr<Bridge> bridge_;
     std::unique_ptr<DeadlineWatch> deadline_;  // with a finite deadline only
     bool waits_for_acknowledgements_ = false;

@@ -25,7 +25,11 @@ DDS_ReturnCode_t DDSDomainParticipant::enable() {
             qordds::with_key_only_repair(qordds::make_transport_descriptors(impl_->transports));
         ReturnCode rc = fast->set_qos(qos);
         if (rc == ReturnCode::RETCODE_OK) {
+            impl_->rendezvous.install(*fast);
             rc = fast->enable();
+        }
+        if (rc == ReturnCode::RETCODE_OK) {
+            impl_->rendezvous.enabled(fast->guid().guidPrefix);
         }
         if (rc != ReturnCode::RETCODE_OK) {
             qordds::log(qordds::LogKind::Error, "DDSDomainParticipant::enable",

@@ -10,6 +10,7 @@
 #include "dds/domain.h"
 #include "dds/src/builtin_transports.h"
 #include "dds/src/default_qos.h"
+#include "dds/src/discovery_rendezvous.h"
 #include "dds/src/entity_registry.h"
 #include "dds/src/type_registry.h"
 
@@ -22,6 +23,7 @@ class DDSDomainParticipant::Impl {
     qordds::BuiltinTransports transports;  // made into Fast DDS transports by enable()
     qordds::TypeRegistry types;
     qordds::EntityRegistry entities;
+    qordds::DiscoveryRendezvous rendezvous;  // for writers created soon after enable()
     std::recursive_mutex mutex;
 };
 

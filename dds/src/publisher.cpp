@@ -3,6 +3,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <string>
 
 #include "dds/src/default_qos.h"
 #include "dds/src/deferred_deletion.h"
@@ -24,6 +25,54 @@ qordds::UntypedDataWriter* find_writer(DDSPublisher::Impl& publisher, DDSDataWri
         }
     }
     return nullptr;
+}
+
+// The registered type of a topic of the participant; null (logged) for any other topic or a
+// type without type support.
+const qordds::RegisteredType* writable_type(DDSDomainParticipant::Impl& participant,
+                                            DDSTopic* topic, const char* context) {
+    if (topic == nullptr || !qordds::contains(participant.entities.topics, topic)) {
+        qordds::log(qordds::LogKind::Error, context, "bad parameter: topic");
+        return nullptr;
+    }
+    const qordds::RegisteredType* type = participant.types.find(topic->get_type_name());
+    if (type == nullptr || type->plugin.type_support == nullptr) {
+        qordds::log(qordds::LogKind::Error, context, "no type support for \"%s\"",
+                    topic->get_type_name());
+        return nullptr;
+    }
+    return type;
+}
+
+// The writer and its typed wrapper, attached to a Fast DDS writer; null (logged) when the
+// topic went meanwhile or Fast DDS refuses.
+qordds::UntypedDataWriter* make_writer(DDSPublisher::Impl& publisher,
+                                       DDSDomainParticipant::Impl& participant, DDSTopic* topic,
+                                       const fdds::DataWriterQos& fast_qos,
+                                       DDSDataWriterListener* listener, DDS_StatusMask mask,
+                                       const char* context) {
+    const qordds::RegisteredType* type = writable_type(participant, topic, context);
+    if (type == nullptr) {
+        return nullptr;
+    }
+    std::unique_ptr<qordds::UntypedDataWriter> writer(
+        new (std::nothrow) qordds::UntypedDataWriter(topic, type->plugin, listener, mask));
+    if (writer == nullptr) {
+        qordds::log(qordds::LogKind::Error, context, "out of memory");
+        return nullptr;
+    }
+    DDSDataWriter* typed = type->plugin.type_support->create_datawriterI(writer.get());
+    if (typed == nullptr) {
+        qordds::log(qordds::LogKind::Error, context, "the type support made no typed writer");
+        return nullptr;
+    }
+    writer->set_typed(typed);
+    if (!writer->attach(publisher.fast, topic->impl()->fast, fast_qos)) {
+        qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the writer");
+        type->plugin.type_support->destroy_datawriterI(typed);
+        return nullptr;
+    }
+    return writer.release();
 }
 
 }  // namespace
@@ -75,41 +124,41 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
                                                DDS_StatusMask mask) {
     const char* context = "DDSPublisher::create_datawriter";
     DDSDomainParticipant::Impl* participant = impl_->participant->impl();
-    std::lock_guard<std::recursive_mutex> lock(participant->mutex);
-    if (topic == nullptr || !qordds::contains(participant->entities.topics, topic)) {
-        qordds::log(qordds::LogKind::Error, context, "bad parameter: topic");
-        return nullptr;
-    }
-    const qordds::RegisteredType* type = participant->types.find(topic->get_type_name());
-    if (type == nullptr || type->plugin.type_support == nullptr) {
-        qordds::log(qordds::LogKind::Error, context, "no type support for \"%s\"",
-                    topic->get_type_name());
-        return nullptr;
-    }
     fdds::DataWriterQos fast_qos;
-    bool keyed = type->plugin.key_kind != DDS_TYPEPLUGIN_NO_KEY;
-    if (qordds::translate_writer_qos(qos, keyed, fast_qos, context) != DDS_RETCODE_OK) {
-        return nullptr;
+    std::string wire_topic;
+    std::string type_name;
+    {
+        std::lock_guard<std::recursive_mutex> lock(participant->mutex);
+        const qordds::RegisteredType* type = writable_type(*participant, topic, context);
+        if (type == nullptr ||
+            qordds::translate_writer_qos(qos, type->plugin.key_kind != DDS_TYPEPLUGIN_NO_KEY,
+                                         fast_qos, context) != DDS_RETCODE_OK) {
+            return nullptr;
+        }
+        wire_topic = topic->impl()->fast->get_name();
+        type_name = topic->get_type_name();
     }
-    std::unique_ptr<qordds::UntypedDataWriter> writer(
-        new (std::nothrow) qordds::UntypedDataWriter(topic, type->plugin, listener, mask));
-    if (writer == nullptr) {
-        qordds::log(qordds::LogKind::Error, context, "out of memory");
-        return nullptr;
+    // Without the participant's lock: other threads' entity operations, and callbacks that
+    // make some, go on meanwhile.
+    bool reader_known = participant->rendezvous.await_remote_reader(wire_topic, type_name);
+    std::shared_ptr<qordds::MatchWatch> matches;
+    DDSDataWriter* typed = nullptr;
+    {
+        std::lock_guard<std::recursive_mutex> lock(participant->mutex);
+        qordds::UntypedDataWriter* writer =
+            make_writer(*impl_, *participant, topic, fast_qos, listener, mask, context);
+        if (writer == nullptr) {
+            return nullptr;
+        }
+        topic->impl()->endpoints += 1;
+        impl_->writers.push_back(writer);
+        typed = writer->typed();
+        matches = writer->matches();
     }
-    DDSDataWriter* typed = type->plugin.type_support->create_datawriterI(writer.get());
-    if (typed == nullptr) {
-        qordds::log(qordds::LogKind::Error, context, "the type support made no typed writer");
-        return nullptr;
+    if (reader_known) {
+        matches->await_settled(participant->rendezvous.window_end(),
+                               qordds::DiscoveryRendezvous::kSettle);
     }
-    writer->set_typed(typed);
-    if (!writer->attach(impl_->fast, topic->impl()->fast, fast_qos)) {
-        qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the writer");
-        type->plugin.type_support->destroy_datawriterI(typed);
-        return nullptr;
-    }
-    topic->impl()->endpoints += 1;
-    impl_->writers.push_back(writer.release());
     return typed;
 }
 
