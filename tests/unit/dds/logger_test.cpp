@@ -1,5 +1,5 @@
-// The logger: Fast DDS's entries and the binding's own come out as whole, uncoloured lines on
-// standard output, filtered by the verbosity mask and laid out by the print format.
+// The logger: Fast DDS's entries and the binding's own come out as whole lines on standard
+// output, filtered by the verbosity mask and laid out by the print format.
 #include <gtest/gtest.h>
 #include <fastdds/dds/log/Log.hpp>
 
@@ -21,10 +21,13 @@ namespace fd = eprosima::fastdds::dds;
 
 using qortest::captureStdout;
 
-// A Fast DDS entry as its macros raise it, written out before returning.
-void fastEntry(fd::Log::Kind kind, const std::string& message) {
-    fd::Log::QueueLog(message, fd::Log::Context{"src/Transport.cpp", 42, "open", "RTPS_SHM"}, kind);
-    fd::Log::Flush();
+// A Fast DDS entry as its macros raise it; flushed, it is written out before returning.
+void fastEntry(fd::Log::Kind kind, const std::string& message, const char* category = "RTPS_SHM",
+               bool flush = true) {
+    fd::Log::QueueLog(message, fd::Log::Context{"src/Transport.cpp", 42, "open", category}, kind);
+    if (flush) {
+        fd::Log::Flush();
+    }
 }
 
 class Logger : public ::testing::Test {
@@ -99,41 +102,37 @@ TEST_F(Logger, PrintFormatSelectsTheFields) {
         << stamped;
 }
 
-// Threads writing at once: the tool's printf lines, the binding's and Fast DDS's entries all
-// come out as whole lines, none lost. Finalizing again does no harm, and an entry raised
-// afterwards still comes out.
+// The tool's printf lines, the binding's and Fast DDS's entries written from three threads at
+// once all come out as whole lines, none lost. Finalizing twice does no harm, and an entry
+// raised afterwards still comes out.
 TEST_F(Logger, LinesFromSeveralThreadsNeverInterleave) {
-    const int perThread = 300;
-    std::string output = captureStdout([&] {
-        std::thread tool([&] {
-            for (int i = 0; i < perThread; ++i) {
+    std::multiset<std::string> expected = {"ERROR [CAT] after"}, seen;
+    for (int i = 0; i < 300; ++i) {
+        expected.insert("tool line " + std::to_string(i) + " with some length to it");
+        expected.insert("ERROR [ctx] binding line " + std::to_string(i));
+        expected.insert("ERROR [CAT] fast line " + std::to_string(i));
+    }
+    std::istringstream lines(captureStdout([] {
+        std::thread tool([] {
+            for (int i = 0; i < 300; ++i) {
                 std::printf("tool line %d with some length to it\n", i);
             }
         });
-        std::thread binding([&] {
-            for (int i = 0; i < perThread; ++i) {
+        std::thread binding([] {
+            for (int i = 0; i < 300; ++i) {
                 qordds::log(qordds::LogKind::Error, "ctx", "binding line %d", i);
             }
         });
-        for (int i = 0; i < perThread; ++i) {
-            fd::Log::QueueLog("fast line " + std::to_string(i),
-                              fd::Log::Context{nullptr, 0, nullptr, "CAT"}, fd::Log::Kind::Error);
+        for (int i = 0; i < 300; ++i) {
+            fastEntry(fd::Log::Kind::Error, "fast line " + std::to_string(i), "CAT", false);
         }
         tool.join();
         binding.join();
         DDSLogger::finalize();
         DDSLogger::finalize();
-        fd::Log::QueueLog("after", fd::Log::Context{nullptr, 0, nullptr, "CAT"},
-                          fd::Log::Kind::Error);
+        fastEntry(fd::Log::Kind::Error, "after", "CAT", false);
         DDSLogger::finalize();
-    });
-    std::multiset<std::string> expected = {"ERROR [CAT] after"}, seen;
-    for (int i = 0; i < perThread; ++i) {
-        expected.insert("tool line " + std::to_string(i) + " with some length to it");
-        expected.insert("ERROR [ctx] binding line " + std::to_string(i));
-        expected.insert("ERROR [CAT] fast line " + std::to_string(i));
-    }
-    std::istringstream lines(output);
+    }));
     for (std::string line; std::getline(lines, line);) {
         seen.insert(line);
     }
