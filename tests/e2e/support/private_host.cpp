@@ -39,14 +39,16 @@ std::string contentOf(std::FILE* file) {
     return text;
 }
 
-// Starts `command` with its standard output and error on the given descriptors; -1 when it
-// cannot. The child dies with the test process, so nothing outlives a crashed test.
-pid_t spawn(const std::vector<std::string>& command, int output, int errors) {
+// Starts `command` with its standard output and error captured. It dies with the test
+// process, so nothing outlives a crashed test.
+std::unique_ptr<Process> launch(const std::vector<std::string>& command) {
     std::vector<char*> argv;
     for (const std::string& word : command) {
         argv.push_back(const_cast<char*>(word.c_str()));
     }
     argv.push_back(nullptr);
+    std::FILE* output = captureFile();
+    std::FILE* errors = captureFile();
     pid_t parent = getpid();
     pid_t pid = fork();
     if (pid == 0) {
@@ -55,12 +57,17 @@ pid_t spawn(const std::vector<std::string>& command, int output, int errors) {
             _exit(126);
         }
         dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
-        dup2(output, STDOUT_FILENO);
-        dup2(errors, STDERR_FILENO);
+        dup2(fileno(output), STDOUT_FILENO);
+        dup2(fileno(errors), STDERR_FILENO);
         execvp(argv[0], argv.data());
         _exit(127);
     }
-    return pid;
+    if (pid < 0) {
+        std::fclose(output);
+        std::fclose(errors);
+        throw std::runtime_error("fork: " + std::string(strerror(errno)));
+    }
+    return std::make_unique<Process>(pid, output, errors);
 }
 
 }  // namespace
@@ -90,11 +97,7 @@ void Process::reap(bool block) {
         return;
     }
     ended_ = true;
-    if (WIFEXITED(status)) {
-        exitStatus_ = WEXITSTATUS(status);
-    } else if (WIFSIGNALED(status)) {
-        termSignal_ = WTERMSIG(status);
-    }
+    exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     // A memory error or leak must fail the scenario whatever it checks: the exit status alone
     // cannot tell (1 is also the tool's success).
     std::string report = errors();
@@ -137,33 +140,18 @@ std::string Process::errors() const {
     return contentOf(errors_);
 }
 
-PrivateHost::PrivateHost() {
-    int ready[2];
-    if (pipe2(ready, O_CLOEXEC) != 0) {
-        throw std::runtime_error("pipe: " + std::string(strerror(errno)));
-    }
-    // The anchor says "ready" once the private-host runner has set up the namespaces, then
-    // only sleeps; if the set-up fails, it ends and the pipe closes.
-    anchor_ = spawn({QOR_PRIVATE_HOST_SCRIPT, "sh", "-c", "echo ready && exec sleep 2147483647"},
-                    ready[1], STDERR_FILENO);
-    close(ready[1]);
-    char said[6] = {};
-    ssize_t count = -1;
-    while (anchor_ > 0 && (count = read(ready[0], said, sizeof said)) < 0 && errno == EINTR) {
-    }
-    close(ready[0]);
-    if (count != sizeof said || std::memcmp(said, "ready\n", sizeof said) != 0) {
-        if (anchor_ > 0) {
-            kill(anchor_, SIGKILL);
-            waitpid(anchor_, nullptr, 0);
+// The anchor says "ready" once the private-host runner has set up the namespaces, then only
+// sleeps; its namespaces are this host.
+PrivateHost::PrivateHost()
+    : anchor_(
+          launch({QOR_PRIVATE_HOST_SCRIPT, "sh", "-c", "echo ready && exec sleep 2147483647"})) {
+    while (anchor_->output() != "ready\n") {
+        if (!anchor_->running()) {
+            throw std::runtime_error(
+                "private host could not be set up (root and iproute2 needed): " +
+                anchor_->errors());
         }
-        throw std::runtime_error("private host could not be set up (root and iproute2 needed)");
-    }
-}
-
-PrivateHost::~PrivateHost() {
-    kill(anchor_, SIGKILL);
-    while (waitpid(anchor_, nullptr, 0) < 0 && errno == EINTR) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
 
@@ -171,24 +159,11 @@ std::unique_ptr<Process> PrivateHost::start(const std::vector<std::string>& argv
     // nsenter executes the command itself, so the process is the command. Entering the mount
     // namespace would move the working directory to its root: --wd keeps ours.
     char directory[4096];
+    std::string wd = "--wd=" + std::string(getcwd(directory, sizeof directory) ? directory : "/");
     std::vector<std::string> command = {
-        "nsenter",
-        "--target",
-        std::to_string(anchor_),
-        "--net",
-        "--mount",
-        std::string("--wd=") + (getcwd(directory, sizeof directory) ? directory : "/"),
-        "--"};
+        "nsenter", "--net", "--mount", "--target", std::to_string(anchor_->pid()), wd, "--"};
     command.insert(command.end(), argv.begin(), argv.end());
-    std::FILE* output = captureFile();
-    std::FILE* errors = captureFile();
-    pid_t pid = spawn(command, fileno(output), fileno(errors));
-    if (pid < 0) {
-        std::fclose(output);
-        std::fclose(errors);
-        throw std::runtime_error("fork: " + std::string(strerror(errno)));
-    }
-    return std::make_unique<Process>(pid, output, errors);
+    return launch(command);
 }
 
 std::unique_ptr<Process> PrivateHost::startPing(const std::vector<std::string>& arguments) {

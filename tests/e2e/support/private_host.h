@@ -27,27 +27,25 @@ namespace qortest {
 // A process started on a private host, with its standard output and error captured to files.
 class Process {
   public:
-    Process(pid_t pid, std::FILE* output, std::FILE* errors);  // takes the files
+    Process(pid_t pid, std::FILE* output, std::FILE* errors);  // owns the files
     ~Process();                                                // kills the process if it still runs
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
     // Waits up to `seconds` for the process to end; on expiry kills it (SIGKILL) and returns
-    // false.
+    // false, then and ever after.
     bool wait(double seconds);
     // Sends a signal if the process still runs.
     void signal(int sig);
 
     bool running();
-    bool timedOut() const { return timedOut_; }
     // The exit status, or -1 when the process did not exit by itself (signal, still running).
     int exitStatus() const { return exitStatus_; }
-    // The signal that ended the process, or 0.
-    int termSignal() const { return termSignal_; }
 
     // Everything written so far; complete once wait() returned true.
     std::string output() const;
     std::string errors() const;
+    pid_t pid() const { return pid_; }
 
   private:
     void reap(bool block);
@@ -55,7 +53,6 @@ class Process {
     bool ended_ = false;
     bool timedOut_ = false;
     int exitStatus_ = -1;
-    int termSignal_ = 0;
     std::FILE* output_;
     std::FILE* errors_;
 };
@@ -64,9 +61,6 @@ class PrivateHost {
   public:
     // Creates the namespaces; throws std::runtime_error when that fails (needs root).
     PrivateHost();
-    ~PrivateHost();
-    PrivateHost(const PrivateHost&) = delete;
-    PrivateHost& operator=(const PrivateHost&) = delete;
 
     // Starts argv[0] (a path, or a name looked up in PATH) on this host. The process is
     // killed when the thread that started it ends, so start from the test's own thread.
@@ -75,7 +69,7 @@ class PrivateHost {
     std::unique_ptr<Process> startPing(const std::vector<std::string>& arguments);
 
   private:
-    pid_t anchor_ = -1;
+    std::unique_ptr<Process> anchor_;  // the process whose namespaces this host is
 };
 
 // The result of one qorddsping run on a fresh private host.
