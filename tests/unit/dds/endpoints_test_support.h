@@ -1,5 +1,5 @@
-// Helpers of the endpoint tests between participants: participants with the keyed ping type,
-// recording listeners, and waiting on conditions. Each test executable includes it once.
+// Helpers of the endpoint tests between participants: participants with the keyed ping type, a
+// recording listener, and waiting on conditions. Each test executable includes it once.
 #ifndef QOR_TESTS_UNIT_DDS_ENDPOINTS_TEST_SUPPORT_H
 #define QOR_TESTS_UNIT_DDS_ENDPOINTS_TEST_SUPPORT_H
 
@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -27,8 +28,7 @@ namespace endpoints_test {
 
 typedef std::vector<std::string> Texts;
 
-// Polls `done` every 20 ms for up to `seconds`; the bound only keeps a broken build from
-// hanging.
+// Polls `done` every 20 ms; the bound only keeps a broken build from hanging.
 inline bool eventually(const std::function<bool()>& done, int seconds = 20) {
     for (int i = 0; i < seconds * 50; ++i) {
         if (done()) {
@@ -39,65 +39,40 @@ inline bool eventually(const std::function<bool()>& done, int seconds = 20) {
     return done();
 }
 
-// Samples between participants of one process go through the transports, as between
-// processes, rather than being handed over directly.
+// Samples between participants of one process go through the transports, as between processes.
 inline void deliver_through_transports() {
     eprosima::fastrtps::LibrarySettingsAttributes settings;
     settings.intraprocess_delivery = eprosima::fastrtps::INTRAPROCESS_OFF;
     eprosima::fastrtps::xmlparser::XMLProfileManager::library_settings(settings);
 }
 
-struct ParticipantSetup {
-    std::vector<std::string> partitions;
-    const char* tag = nullptr;
-    DDS_Duration_t lease = {20, 0};
-};
-
-inline DDSDomainParticipant* make_participant(const ParticipantSetup& setup = ParticipantSetup()) {
-    DDSDomainParticipantFactory* factory = DDSDomainParticipantFactory::get_instance();
-    DDS_DomainParticipantQos qos;
-    int32_t count = static_cast<int32_t>(setup.partitions.size());
-    qos.partition.name.ensure_length(count, count);
-    for (int32_t i = 0; i < count; ++i) {
-        DDS_String_replace(&qos.partition.name[i], setup.partitions[i].c_str());
-    }
-    if (setup.tag != nullptr) {
-        DDSPropertyQosPolicyHelper::assert_property(
-            qos.property, "dds.domain_participant.domain_tag", setup.tag, false);
-    }
-    qos.discovery_config.participant_liveliness_lease_duration = setup.lease;
-    qos.discovery_config.participant_liveliness_assert_period = {0, 500000000};
-    DDSDomainParticipant* participant =
-        factory->create_participant(0, qos, nullptr, DDS_STATUS_MASK_NONE);
-    if (participant != nullptr) {
-        KestKeyedPingDataTypeSupport::register_type(participant, "PingType");
-    }
-    return participant;
-}
-
-inline DDSTopic* ping_topic(DDSDomainParticipant* participant) {
-    return participant->create_topic("PingTopic", "PingType", DDS_TOPIC_QOS_DEFAULT, nullptr,
+inline DDSTopic* ping_topic(DDSDomainParticipant* participant, const char* name = "PingTopic") {
+    return participant->create_topic(name, "PingType", DDS_TOPIC_QOS_DEFAULT, nullptr,
                                      DDS_STATUS_MASK_NONE);
 }
 
+template <class Qos>
+Qos endpoint_qos(bool reliable) {
+    Qos qos;
+    qos.reliability.kind =
+        reliable ? DDS_RELIABLE_RELIABILITY_QOS : DDS_BEST_EFFORT_RELIABILITY_QOS;
+    qos.history.depth = 10;
+    return qos;
+}
 inline DDS_DataWriterQos writer_qos(bool reliable = true) {
-    DDS_DataWriterQos qos;
-    qos.reliability.kind =
-        reliable ? DDS_RELIABLE_RELIABILITY_QOS : DDS_BEST_EFFORT_RELIABILITY_QOS;
-    qos.history.depth = 10;
-    return qos;
+    return endpoint_qos<DDS_DataWriterQos>(reliable);
 }
-
 inline DDS_DataReaderQos reader_qos(bool reliable = true) {
-    DDS_DataReaderQos qos;
-    qos.reliability.kind =
-        reliable ? DDS_RELIABLE_RELIABILITY_QOS : DDS_BEST_EFFORT_RELIABILITY_QOS;
-    qos.history.depth = 10;
-    return qos;
+    return endpoint_qos<DDS_DataReaderQos>(reliable);
 }
 
-// Takes everything through the untyped interface: "k<key>:<number>", "k<key>:disposed" or
-// "k<key>:nowriters" per sample.
+// The ping type's key, which its instance handle starts with.
+inline int key_of(const DDS_InstanceHandle_t& handle) {
+    const unsigned char* bytes = handle.value;
+    return bytes[0] << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3];
+}
+
+// Takes everything: "k<key>:<number>", "k<key>:disposed" or "k<key>:nowriters" per sample.
 inline Texts take_all(DDSDataReader* reader) {
     Texts result;
     void** samples = nullptr;
@@ -110,9 +85,7 @@ inline Texts take_all(DDSDataReader* reader) {
     }
     for (int32_t i = 0; i < count; ++i) {
         const DDS_SampleInfo& info = infos[i];
-        const unsigned char* key_bytes = info.instance_handle.value;
-        int key = key_bytes[0] << 24 | key_bytes[1] << 16 | key_bytes[2] << 8 | key_bytes[3];
-        std::string text = "k" + std::to_string(key) + ":";
+        std::string text = "k" + std::to_string(key_of(info.instance_handle)) + ":";
         if (info.valid_data) {
             text += std::to_string(static_cast<KestKeyedPingData*>(samples[i])->number);
         } else {
@@ -125,38 +98,34 @@ inline Texts take_all(DDSDataReader* reader) {
     return result;
 }
 
-// Records what a reader's listener hears, taking samples as they come.
-class RecordingReaderListener : public DDSDataReaderListener {
+// Records what a reader or writer listener hears, taking samples as they come.
+class Recorder : public DDSDataReaderListener, public DDSDataWriterListener {
   public:
     void on_data_available(DDSDataReader* reader) override {
         Texts taken = take_all(reader);
         std::lock_guard<std::mutex> lock(mutex_);
-        seen_reader = reader;
         samples.insert(samples.end(), taken.begin(), taken.end());
-        events.push_back("data");
     }
-    void on_subscription_matched(DDSDataReader* reader,
+    void on_subscription_matched(DDSDataReader*,
                                  const DDS_SubscriptionMatchedStatus& status) override {
         std::lock_guard<std::mutex> lock(mutex_);
-        seen_reader = reader;
-        matched = status;
-        events.push_back("matched " + std::to_string(status.current_count_change));
+        matched = status.current_count;
     }
-    void on_liveliness_changed(DDSDataReader* reader,
-                               const DDS_LivelinessChangedStatus& status) override {
+    void on_liveliness_changed(DDSDataReader*, const DDS_LivelinessChangedStatus& status) override {
         std::lock_guard<std::mutex> lock(mutex_);
-        seen_reader = reader;
         liveliness.push_back(status);
-        events.push_back("liveliness");
     }
-    void on_requested_incompatible_qos(DDSDataReader*,
-                                       const DDS_RequestedIncompatibleQosStatus& status) override {
+    void on_publication_matched(DDSDataWriter*,
+                                const DDS_PublicationMatchedStatus& status) override {
         std::lock_guard<std::mutex> lock(mutex_);
-        incompatible.clear();
-        for (int32_t i = 0; i < status.policies.length(); ++i) {
-            incompatible.push_back(status.policies[i].policy_id);
-        }
-        events.push_back("incompatible");
+        matched = status.current_count;
+        ++writer_calls;
+    }
+    void on_offered_deadline_missed(DDSDataWriter*,
+                                    const DDS_OfferedDeadlineMissedStatus& status) override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        ++deadline_misses[key_of(status.last_instance_handle)];
+        deadline_total = status.total_count;
     }
 
     template <class T>
@@ -168,64 +137,30 @@ class RecordingReaderListener : public DDSDataReaderListener {
         std::lock_guard<std::mutex> lock(mutex_);
         return std::find(samples.begin(), samples.end(), text) != samples.end();
     }
-    int matched_count() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return matched.current_count;
-    }
 
     std::mutex mutex_;
-    DDSDataReader* seen_reader = nullptr;
     Texts samples;
-    Texts events;
-    DDS_SubscriptionMatchedStatus matched;
+    int matched = 0;
+    int writer_calls = 0;
     std::vector<DDS_LivelinessChangedStatus> liveliness;
-    std::vector<int> incompatible;
+    std::map<int, int> deadline_misses;  // by key
+    int deadline_total = 0;
 };
 
-class RecordingWriterListener : public DDSDataWriterListener {
-  public:
-    void on_publication_matched(DDSDataWriter* writer,
-                                const DDS_PublicationMatchedStatus& status) override {
-        std::lock_guard<std::mutex> lock(mutex_);
-        seen_writer = writer;
-        current = status.current_count;
-        ++calls;
-    }
-    void on_offered_incompatible_qos(DDSDataWriter*,
-                                     const DDS_OfferedIncompatibleQosStatus& status) override {
-        std::lock_guard<std::mutex> lock(mutex_);
-        incompatible.clear();
-        for (int32_t i = 0; i < status.policies.length(); ++i) {
-            incompatible.push_back(status.policies[i].policy_id);
-        }
-    }
-    template <class T>
-    T get(const T& member) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return member;
-    }
-
-    std::mutex mutex_;
-    DDSDataWriter* seen_writer = nullptr;
-    int current = 0;
-    int calls = 0;
-    std::vector<int> incompatible;
-};
-
-// One participant with a topic, a publisher and a subscriber.
+// One participant, with the ping type, a topic, a publisher and a subscriber.
 struct Side {
-    explicit Side(const ParticipantSetup& setup = ParticipantSetup()) {
-        participant = make_participant(setup);
+    Side() {
+        participant = DDSDomainParticipantFactory::get_instance()->create_participant(
+            0, DDS_DomainParticipantQos(), nullptr, DDS_STATUS_MASK_NONE);
         if (participant == nullptr) {
             return;
         }
+        KestKeyedPingDataTypeSupport::register_type(participant, "PingType");
         topic = ping_topic(participant);
-        DDS_PublisherQos publisher_qos;
-        participant->get_default_publisher_qos(publisher_qos);
-        publisher = participant->create_publisher(publisher_qos, nullptr, DDS_STATUS_MASK_NONE);
-        DDS_SubscriberQos subscriber_qos;
-        participant->get_default_subscriber_qos(subscriber_qos);
-        subscriber = participant->create_subscriber(subscriber_qos, nullptr, DDS_STATUS_MASK_NONE);
+        publisher =
+            participant->create_publisher(DDS_PublisherQos(), nullptr, DDS_STATUS_MASK_NONE);
+        subscriber =
+            participant->create_subscriber(DDS_SubscriberQos(), nullptr, DDS_STATUS_MASK_NONE);
     }
     ~Side() {
         if (participant != nullptr) {
@@ -239,14 +174,12 @@ struct Side {
                subscriber != nullptr;
     }
     DDSDataWriter* writer(DDSDataWriterListener* listener = nullptr,
-                          const DDS_DataWriterQos& qos = writer_qos(),
-                          DDS_StatusMask mask = DDS_STATUS_MASK_ALL) {
-        return publisher->create_datawriter(topic, qos, listener, mask);
+                          const DDS_DataWriterQos& qos = writer_qos()) {
+        return publisher->create_datawriter(topic, qos, listener, DDS_STATUS_MASK_ALL);
     }
     DDSDataReader* reader(DDSDataReaderListener* listener = nullptr,
-                          const DDS_DataReaderQos& qos = reader_qos(),
-                          DDS_StatusMask mask = DDS_STATUS_MASK_ALL) {
-        return subscriber->create_datareader(topic, qos, listener, mask);
+                          const DDS_DataReaderQos& qos = reader_qos()) {
+        return subscriber->create_datareader(topic, qos, listener, DDS_STATUS_MASK_ALL);
     }
 
     DDSDomainParticipant* participant = nullptr;
@@ -260,6 +193,7 @@ inline DDS_ReturnCode_t write(DDSDataWriter* writer, int32_t key, int32_t number
     return writer->write_untyped(&sample, DDS_HANDLE_NIL);
 }
 
+// Runs `operation` with the binding's errors on, and returns what it printed.
 inline std::string quiet(const std::function<void()>& operation) {
     DDSLogger::get_instance()->set_verbosity(DDS_LOG_VERBOSITY_FATAL | DDS_LOG_VERBOSITY_ERROR);
     testing::internal::CaptureStdout();
