@@ -1,20 +1,14 @@
 // KestAgent::createDomainParticipant on Fast DDS: the built-in profile, profile precedence,
-// every setting as the created participant holds it, transport tuning, and a peer reaching a
-// participant deaf to multicast. Runs on a private host.
+// every setting as the created participant holds it, transport tuning. Runs on a private host.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <fastdds/rtps/transport/ChainingTransportDescriptor.h>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
 #include <fastdds/rtps/transport/UDPv6TransportDescriptor.h>
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
-#include <fastdds/dds/domain/DomainParticipantFactory.hpp>
-#include <fastdds/dds/domain/DomainParticipantListener.hpp>
 
 #include "agent/builtinQosProfile.h"
 #include "dds/src/participant_impl.h"
@@ -86,14 +80,12 @@ TEST(ParticipantCreation, ProfilePrecedence) {
     std::string file = qortest::writeTempFile("precedence.xml", R"(<dds>
 <qos_library name="DefaultPingLibrary"><qos_profile name="DefaultPingProfile">
   <domain_participant_qos><participant_name><name>From default</name></participant_name>
-  </domain_participant_qos></qos_profile></qos_library>
-<qos_library name="Mine"><qos_profile name="Named">
+  </domain_participant_qos>
+</qos_profile></qos_library><qos_library name="Mine"><qos_profile name="Named">
   <domain_participant_qos><participant_name><name>From named</name></participant_name>
-  </domain_participant_qos></qos_profile>
-  <qos_profile name="Unnamed">
-  <domain_participant_qos><participant_name><name></name></participant_name>
-  </domain_participant_qos></qos_profile></qos_library>
-</dds>)");
+  </domain_participant_qos></qos_profile><qos_profile name="Unnamed"><domain_participant_qos>
+  <participant_name><name></name></participant_name></domain_participant_qos></qos_profile>
+</qos_library></dds>)");
     const std::string notFound = "' was not found. Using default configuration.\n";
     const struct {
         std::vector<std::string> arguments;
@@ -221,41 +213,6 @@ TEST(ParticipantCreation, MonitoringPropertiesAreRemovedWithOneNotice) {
     EXPECT_STREQ(policy.value[2].name, "keep");
     EXPECT_EQ("", frametest::captureStdout(
                       [&] { EXPECT_TRUE(KestAgent::removeMonitoringProperties(policy)); }));
-}
-
-// Whether a plain Fast DDS participant has discovered the tool's.
-struct DiscoversTheTool : fd::DomainParticipantListener {
-    void on_participant_discovery(fd::DomainParticipant*,
-                                  fr::ParticipantDiscoveryInfo&& info) override {
-        found = found || info.info.m_participantName.to_string() == "QOR DDS Ping";
-    }
-    std::atomic<bool> found{false};
-};
-
-// A participant listening for discovery only on 127.0.0.1:7410 hears the tool through a peer
-// that names no port.
-TEST(ParticipantDiscovery, PeerReachesAParticipantDeafToMulticast) {
-    DiscoversTheTool discovers;
-    fd::DomainParticipantQos qos;
-    qos.transport().use_builtin_transports = false;
-    qos.transport().user_transports.push_back(std::make_shared<ft::UDPv4TransportDescriptor>());
-    fr::Locator_t unicast(LOCATOR_KIND_UDPv4, 7410);
-    fr::IPLocator::setIPv4(unicast, 127, 0, 0, 1);
-    qos.wire_protocol().builtin.metatrafficUnicastLocatorList.push_back(unicast);
-    fd::DomainParticipantFactory* factory = fd::DomainParticipantFactory::get_instance();
-    fd::DomainParticipant* remote = factory->create_participant(0, qos, &discovers);
-    ASSERT_NE(remote, nullptr);
-    {
-        Created created({"-transport", "1", "-peer", "127.0.0.1", "-index", "7"});
-        ASSERT_TRUE(created.agent.result);
-        for (int i = 0; i < 600 && !discovers.found; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        }
-        EXPECT_TRUE(discovers.found);
-        // Without an application id the GUID carries the index, as Fast DDS puts it there.
-        EXPECT_EQ(created.impl().fast->guid().guidPrefix.value[8], 7);
-    }
-    factory->delete_participant(remote);
 }
 
 }  // namespace
