@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -39,10 +40,7 @@ std::vector<std::pair<Arguments, std::string>> rows(const std::string& table) {
         }
         Arguments arguments = frametest::words(line.substr(0, bar));
         std::string text = line.substr(std::min(bar + 3, line.size()));
-        for (size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n", at)) {
-            text.replace(at, 2, "\n");
-        }
-        result.emplace_back(arguments, text);
+        result.emplace_back(arguments, std::regex_replace(text, std::regex(R"(\\n)"), "\n"));
     }
     return result;
 }
@@ -213,9 +211,9 @@ TEST(Options, ListsHoldTheirLimits) {
 // The defaults that the option tables leave alone, and the label of each verbosity.
 TEST(Options, SummaryOfTheDefaults) {
     TestAgent agent;
-    std::string summary = summaryOf(agent);
-    EXPECT_NE(summary.find("packets......: 0\n    durability.............: "
-                           "DDS_VOLATILE_DURABILITY_QOS\n    send period............: 1.000000\n"),
+    EXPECT_NE(summaryOf(agent).find("packets......: 0\n    durability.............: "
+                                    "DDS_VOLATILE_DURABILITY_QOS\n    send period............: "
+                                    "1.000000\n"),
               std::string::npos);
     for (const char* label : {"0 (Silent)", "1 (Error)", "2 (Warning)", "3 (Local Info)",
                               "4 (Remote Info)", "5 (All Info)", "Unknown"}) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,7 @@ const Wide sample = {-3, 0x01020304, 1, 2};
 const Wide untouched = {7, 7, 7, 7};
 
 bool same(const Wide& x, const Wide& y) {
-    return x.a == y.a && x.b == y.b && x.k1 == y.k1 && x.k2 == y.k2;
+    return std::memcmp(&x, &y, sizeof x) == 0;
 }
 
 bool deserialize(const std::vector<char>& buffer, Wide* read, bool key_only = false) {
