@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(PrivateHost, HasOnlyItsLoopbackAndItsOwnSharedMemory) {
+TEST(PrivateHost, IsolatedAndWatched) {
     qortest::PrivateHost a;
     qortest::PrivateHost b;
     auto links = a.start({"sh", "-c", "ip -o link && echo x > /dev/shm/qor-harness-probe"});
@@ -24,9 +24,7 @@ TEST(PrivateHost, HasOnlyItsLoopbackAndItsOwnSharedMemory) {
     EXPECT_TRUE(seen(a));
     EXPECT_FALSE(seen(b));
     EXPECT_NE(0, access("/dev/shm/qor-harness-probe", F_OK));
-}
-
-TEST(PrivateHost, SanitizerReportsFailTheTest) {
+    // A sanitizer report on a process's standard error fails the test.
     EXPECT_NONFATAL_FAILURE(
         {
             qortest::PrivateHost host;

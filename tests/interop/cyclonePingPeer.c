@@ -1,13 +1,11 @@
 /* A ping peer on Eclipse Cyclone DDS, to check that qorddsping talks to an independent DDS
- * implementation. Built with KEYED defined for the keyed layout, without it for the plain one;
- * both register their type as "PingType" on "PingTopic" in domain 0.
+ * implementation: "PingType" on "PingTopic" in domain 0, keyed when built with KEYED.
  *
  *   cyclone-ping-peer pub COUNT  best effort, volatile: waits for a reader, then sends issues
  *                                0 to COUNT-1 every 100 ms; keyed, it cycles key = issue % 2
  *                                through write, dispose, write, unregister like qorddsping
  *   cyclone-ping-peer sub DEPTH  reliable, transient local, keep last DEPTH: prints a line per
  *                                sample taken, ends 4 s after the last one
- *
  * Exit status 0 on success, 1 on failure, 2 on a bad command line. */
 #include <stdio.h>
 #include <stdlib.h>
@@ -24,21 +22,8 @@
 #define MAX_TAKE 64
 #define KEYS 2
 
-static dds_qos_t* endpoint_qos(int reliable, int depth) {
-    dds_qos_t* qos = dds_create_qos();
-    dds_qset_reliability(qos, reliable ? DDS_RELIABILITY_RELIABLE : DDS_RELIABILITY_BEST_EFFORT,
-                         DDS_MSECS(100));
-    dds_qset_durability(qos, reliable ? DDS_DURABILITY_TRANSIENT_LOCAL : DDS_DURABILITY_VOLATILE);
-    dds_qset_history(qos, DDS_HISTORY_KEEP_LAST, depth);
-    /* Unregistering leaves the instance without writers; it does not dispose it. */
-    dds_qset_writer_data_lifecycle(qos, false);
-    return qos;
-}
-
 static dds_return_t send_issue(dds_entity_t writer, int issue) {
-    PingType sample;
-    memset(&sample, 0, sizeof sample);
-    sample.number = issue;
+    PingType sample = {.number = issue};
 #ifdef KEYED
     sample.key = issue % KEYS;
     switch ((issue / KEYS) % 4) {
@@ -74,20 +59,6 @@ static int publish(dds_entity_t writer, int count) {
     return 0;
 }
 
-static void report(const PingType* sample, const dds_sample_info_t* info) {
-    printf("cyclone peer:");
-#ifdef KEYED
-    printf(" key %d", sample->key);
-#endif
-    if (info->valid_data) {
-        printf(" issue %07d\n", sample->number);
-    } else {
-        /* An invalid sample still carries the instance's key fields. */
-        printf(" %s\n",
-               info->instance_state == DDS_IST_NOT_ALIVE_DISPOSED ? "disposed" : "no writers");
-    }
-}
-
 /* Waits up to 30 s for the first sample, so that a slow start of the writer is no failure. */
 static int subscribe(dds_entity_t reader) {
     int received = 0;
@@ -96,7 +67,19 @@ static int subscribe(dds_entity_t reader) {
         dds_sample_info_t infos[MAX_TAKE];
         dds_return_t n = dds_take(reader, samples, infos, MAX_TAKE, MAX_TAKE);
         for (dds_return_t i = 0; i < n; ++i) {
-            report(samples[i], &infos[i]);
+            const PingType* sample = samples[i];
+            printf("cyclone peer:");
+#ifdef KEYED
+            /* An invalid sample still carries the instance's key fields. */
+            printf(" key %d", sample->key);
+#endif
+            if (infos[i].valid_data) {
+                printf(" issue %07d\n", sample->number);
+            } else {
+                printf(" %s\n", infos[i].instance_state == DDS_IST_NOT_ALIVE_DISPOSED
+                                    ? "disposed"
+                                    : "no writers");
+            }
         }
         if (n > 0) {
             dds_return_loan(reader, samples, n);
@@ -121,7 +104,15 @@ int main(int argc, char** argv) {
     }
     dds_entity_t participant = dds_create_participant(0, NULL, NULL);
     dds_entity_t topic = dds_create_topic(participant, &PingType_desc, "PingTopic", NULL, NULL);
-    dds_qos_t* qos = endpoint_qos(!publishing, publishing ? 1 : number);
+    dds_qos_t* qos = dds_create_qos(); /* otherwise volatile, keep last 1 */
+    dds_qset_reliability(qos, publishing ? DDS_RELIABILITY_BEST_EFFORT : DDS_RELIABILITY_RELIABLE,
+                         DDS_MSECS(100));
+    if (!publishing) {
+        dds_qset_durability(qos, DDS_DURABILITY_TRANSIENT_LOCAL);
+        dds_qset_history(qos, DDS_HISTORY_KEEP_LAST, number);
+    }
+    /* Unregistering leaves the instance without writers; it does not dispose it. */
+    dds_qset_writer_data_lifecycle(qos, false);
     dds_entity_t endpoint = publishing ? dds_create_writer(participant, topic, qos, NULL)
                                        : dds_create_reader(participant, topic, qos, NULL);
     dds_delete_qos(qos);

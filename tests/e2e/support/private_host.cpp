@@ -10,8 +10,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -89,11 +87,7 @@ void Process::reap(bool block) {
         return;
     }
     int status = 0;
-    pid_t result;
-    do {
-        result = waitpid(pid_, &status, block ? 0 : WNOHANG);
-    } while (result < 0 && errno == EINTR);
-    if (result != pid_) {
+    if (waitpid(pid_, &status, block ? 0 : WNOHANG) != pid_) {
         return;
     }
     ended_ = true;
@@ -181,13 +175,13 @@ RunResult runPing(const std::vector<std::string>& arguments, double seconds) {
 
 std::string golden(const std::string& name) {
     std::string path = std::string(QOR_E2E_EXPECTED_DIR) + "/" + name;
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) {
         throw std::runtime_error("missing expected-output file " + path);
     }
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    std::string text = contentOf(file);
+    std::fclose(file);
+    return text;
 }
 
 }  // namespace qortest

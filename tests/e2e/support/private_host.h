@@ -2,13 +2,11 @@
 //
 // A PrivateHost is a network namespace with only a loopback interface (IPv4 and IPv6
 // multicast routed over it) and a mount namespace with its own tmpfs on /dev/shm, held by an
-// anchor process while the object lives. A scenario reads:
+// anchor process while the object lives:
 //
 //   qortest::PrivateHost host;
 //   auto subscriber = host.startPing({"-subscriber", "-timeout", "3"});
-//   auto publisher = host.startPing({"-numSamples", "3"});
-//   ASSERT_TRUE(publisher->wait(30) && subscriber->wait(30));
-//   EXPECT_NE(std::string::npos, subscriber->output().find("issue received: 0000002"));
+//   ASSERT_TRUE(subscriber->wait(30));
 //
 // Every process a host starts is killed when its handle, its host or the test process goes
 // away. A sanitizer report on a process's standard error fails the running test by itself.
@@ -27,17 +25,16 @@ namespace qortest {
 // A process started on a private host, with its standard output and error captured to files.
 class Process {
   public:
-    Process(pid_t pid, std::FILE* output, std::FILE* errors);  // owns the files
-    ~Process();                                                // kills the process if it still runs
+    // Owns the files, and kills the process if it still runs when it goes.
+    Process(pid_t pid, std::FILE* output, std::FILE* errors);
+    ~Process();
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
     // Waits up to `seconds` for the process to end; on expiry kills it (SIGKILL) and returns
     // false, then and ever after.
     bool wait(double seconds);
-    // Sends a signal if the process still runs.
-    void signal(int sig);
-
+    void signal(int sig);  // if the process still runs
     bool running();
     // The exit status, or -1 when the process did not exit by itself (signal, still running).
     int exitStatus() const { return exitStatus_; }
