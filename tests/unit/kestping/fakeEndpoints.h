@@ -1,12 +1,12 @@
-// Untyped endpoints that stand in for the binding's: a reader that lends out canned takes and
-// a writer that records what it was asked to do. The type supports wrap them into the typed
-// endpoints the tool uses.
+// Untyped endpoints standing in for the binding's, for the typed layer to wrap: a reader lending
+// out canned takes and a writer logging what it was asked to do.
 #ifndef QOR_TESTS_KESTPING_FAKE_ENDPOINTS_H
 #define QOR_TESTS_KESTPING_FAKE_ENDPOINTS_H
 
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "dds/publication.h"
@@ -26,8 +26,7 @@ inline DDS_SampleInfo validInfo() {
     return info;
 }
 
-// An info without data for the instance of `key`; the handle holds the key's big-endian bytes
-// as the key hash does.
+// An info without data for the instance of `key`, whose handle is the key hash: big-endian key.
 inline DDS_SampleInfo stateInfo(DDS_InstanceStateKind state, uint32_t key) {
     DDS_SampleInfo info;
     info.instance_state = state;
@@ -37,8 +36,8 @@ inline DDS_SampleInfo stateInfo(DDS_InstanceStateKind state, uint32_t key) {
     return info;
 }
 
-// Lends each canned take once, as the binding's reader does: an array of sample pointers and
-// a loan of the infos. Every return_loan call counts the loan back, whatever it answers.
+// Lends each canned take once as the binding's reader does, sample pointers and loaned infos;
+// every return_loan counts the loan back, whatever it answers.
 template <class Sample>
 class FakeReader : public DDSDataReader {
   public:
@@ -95,8 +94,8 @@ class FakeReader : public DDSDataReader {
     std::vector<DDS_SampleInfo> infos_;
 };
 
-// Records every operation as "write k/n", "dispose k/n" or "unregister k/n" (key and number;
-// "write n" without a key).
+// Logs every operation as "write k/n", "dispose k/n" or "unregister k/n" (key and number;
+// "write n" without a key), separated by ", ", and answers `result`.
 template <class Sample>
 class FakeWriter : public DDSDataWriter {
   public:
@@ -117,19 +116,17 @@ class FakeWriter : public DDSDataWriter {
     }
     DDS_InstanceHandle_t register_instance_untyped(const void*) override { return DDS_HANDLE_NIL; }
 
-    std::vector<std::string> operations;
+    std::string log;
     DDS_ReturnCode_t result = DDS_RETCODE_OK;
 
   private:
-    static std::string keyText(const KestPingData&) { return ""; }
-    static std::string keyText(const KestKeyedPingData& sample) {
-        return std::to_string(sample.key) + "/";
-    }
-
     DDS_ReturnCode_t record(const char* operation, const void* sample) {
         const Sample& typed = *static_cast<const Sample*>(sample);
-        operations.push_back(std::string(operation) + " " + keyText(typed) +
-                             std::to_string(typed.number));
+        log += (log.empty() ? "" : ", ") + std::string(operation) + " ";
+        if constexpr (std::is_same<Sample, KestKeyedPingData>::value) {
+            log += std::to_string(typed.key) + "/";
+        }
+        log += std::to_string(typed.number);
         return result;
     }
 
