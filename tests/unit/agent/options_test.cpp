@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -40,7 +39,10 @@ std::vector<std::pair<Arguments, std::string>> rows(const std::string& table) {
         }
         Arguments arguments = frametest::words(line.substr(0, bar));
         std::string text = line.substr(std::min(bar + 3, line.size()));
-        result.emplace_back(arguments, std::regex_replace(text, std::regex(R"(\\n)"), "\n"));
+        for (size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n", at)) {
+            text.replace(at, 2, "\n");
+        }
+        result.emplace_back(arguments, text);
     }
     return result;
 }

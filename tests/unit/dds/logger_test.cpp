@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <fastdds/dds/log/Log.hpp>
 
+#include <cctype>
 #include <cstdio>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -95,9 +95,10 @@ TEST_F(Logger, PrintFormatSelectsTheFields) {
               }));
     logger->set_print_format(0x3413);
     std::string stamped = captureStdout([] { qordds::log(qordds::LogKind::Error, "ctx", "m"); });
-    EXPECT_TRUE(std::regex_match(
-        stamped, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ERROR \[ctx\] m\n)")))
-        << stamped;
+    for (char& c : stamped) {
+        c = std::isdigit(static_cast<unsigned char>(c)) ? '9' : c;  // the stamp's shape only
+    }
+    EXPECT_EQ(stamped, "9999-99-99 99:99:99.999 ERROR [ctx] m\n");
 }
 
 // Lines of the tool, the binding and Fast DDS written from three threads at once come out whole,
