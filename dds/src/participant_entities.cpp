@@ -96,6 +96,28 @@ DDS_ReturnCode_t destroy_topic(DDSDomainParticipant::Impl& participant, DDSTopic
 
 }  // namespace
 
+bool DDSDomainParticipant::Impl::endpoint_topic(DDSTopicDescription* description,
+                                                const char* context, DDSTopic*& topic,
+                                                const qordds::RegisteredType*& type) {
+    topic = nullptr;
+    for (DDSTopic* candidate : entities.topics) {
+        if (candidate == description) {
+            topic = candidate;
+        }
+    }
+    if (topic == nullptr) {
+        qordds::log(qordds::LogKind::Error, context, "bad parameter: topic");
+        return false;
+    }
+    type = types.find(topic->get_type_name());
+    if (type == nullptr || type->plugin.type_support == nullptr) {
+        qordds::log(qordds::LogKind::Error, context, "no type support for \"%s\"",
+                    topic->get_type_name());
+        return false;
+    }
+    return true;
+}
+
 DDSTopic* DDSDomainParticipant::create_topic(const char* topic_name, const char* type_name,
                                              const DDS_TopicQos& qos, DDSTopicListener*,
                                              DDS_StatusMask) {

@@ -13,6 +13,7 @@
 #include "dds/src/discovery_rendezvous.h"
 #include "dds/src/entity_registry.h"
 #include "dds/src/type_registry.h"
+#include "dds/topic.h"
 
 class DDSDomainParticipant::Impl {
   public:
@@ -25,6 +26,12 @@ class DDSDomainParticipant::Impl {
     qordds::EntityRegistry entities;
     qordds::DiscoveryRendezvous rendezvous;  // for writers created soon after enable()
     std::recursive_mutex mutex;
+
+    // The participant's own topic behind `description` and the type registered under its type
+    // name, for a new endpoint; false (logged under `context`) for any other topic or a type
+    // without type support. Called with `mutex` held.
+    bool endpoint_topic(DDSTopicDescription* description, const char* context, DDSTopic*& topic,
+                        const qordds::RegisteredType*& type);
 };
 
 #endif

@@ -27,23 +27,6 @@ qordds::UntypedDataWriter* find_writer(DDSPublisher::Impl& publisher, DDSDataWri
     return nullptr;
 }
 
-// The registered type of a topic of the participant; null (logged) for any other topic or a
-// type without type support.
-const qordds::RegisteredType* writable_type(DDSDomainParticipant::Impl& participant,
-                                            DDSTopic* topic, const char* context) {
-    if (topic == nullptr || !qordds::contains(participant.entities.topics, topic)) {
-        qordds::log(qordds::LogKind::Error, context, "bad parameter: topic");
-        return nullptr;
-    }
-    const qordds::RegisteredType* type = participant.types.find(topic->get_type_name());
-    if (type == nullptr || type->plugin.type_support == nullptr) {
-        qordds::log(qordds::LogKind::Error, context, "no type support for \"%s\"",
-                    topic->get_type_name());
-        return nullptr;
-    }
-    return type;
-}
-
 // The writer and its typed wrapper, attached to a Fast DDS writer; null (logged) when the
 // topic went meanwhile or Fast DDS refuses.
 qordds::UntypedDataWriter* make_writer(DDSPublisher::Impl& publisher,
@@ -51,8 +34,9 @@ qordds::UntypedDataWriter* make_writer(DDSPublisher::Impl& publisher,
                                        const fdds::DataWriterQos& fast_qos,
                                        DDSDataWriterListener* listener, DDS_StatusMask mask,
                                        const char* context) {
-    const qordds::RegisteredType* type = writable_type(participant, topic, context);
-    if (type == nullptr) {
+    DDSTopic* own = nullptr;  // the same topic, once known to be the participant's
+    const qordds::RegisteredType* type = nullptr;
+    if (!participant.endpoint_topic(topic, context, own, type)) {
         return nullptr;
     }
     std::unique_ptr<qordds::UntypedDataWriter> writer(
@@ -129,8 +113,9 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
     std::string type_name;
     {
         std::lock_guard<std::recursive_mutex> lock(participant->mutex);
-        const qordds::RegisteredType* type = writable_type(*participant, topic, context);
-        if (type == nullptr ||
+        DDSTopic* own = nullptr;
+        const qordds::RegisteredType* type = nullptr;
+        if (!participant->endpoint_topic(topic, context, own, type) ||
             qordds::translate_writer_qos(qos, type->plugin.key_kind != DDS_TYPEPLUGIN_NO_KEY,
                                          fast_qos, context) != DDS_RETCODE_OK) {
             return nullptr;

@@ -77,19 +77,8 @@ DDSDataReader* DDSSubscriber::create_datareader(DDSTopicDescription* description
     DDSDomainParticipant::Impl* participant = impl_->participant->impl();
     std::lock_guard<std::recursive_mutex> lock(participant->mutex);
     DDSTopic* topic = nullptr;
-    for (DDSTopic* candidate : participant->entities.topics) {
-        if (candidate == description) {
-            topic = candidate;
-        }
-    }
-    if (topic == nullptr) {
-        qordds::log(qordds::LogKind::Error, context, "bad parameter: topic");
-        return nullptr;
-    }
-    const qordds::RegisteredType* type = participant->types.find(topic->get_type_name());
-    if (type == nullptr || type->plugin.type_support == nullptr) {
-        qordds::log(qordds::LogKind::Error, context, "no type support for \"%s\"",
-                    topic->get_type_name());
+    const qordds::RegisteredType* type = nullptr;
+    if (!participant->endpoint_topic(description, context, topic, type)) {
         return nullptr;
     }
     fdds::DataReaderQos fast_qos;
