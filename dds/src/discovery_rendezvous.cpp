@@ -10,10 +10,13 @@ namespace qordds {
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kWindow;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettle;
 
-void DiscoveryRendezvous::install(fdds::DomainParticipant& fast) {
+void DiscoveryRendezvous::install(fdds::DomainParticipant& fast, AnnouncementRepair& repair) {
+    repair_ = &repair;
+    repair.start(fast);
     {
+        // Open while Fast DDS enables: readers may be discovered meanwhile.
         std::lock_guard<std::mutex> lock(mutex_);
-        window_end_ = Clock::now() + kWindow;
+        window_end_ = Clock::time_point::max();
     }
     // No status goes to this listener: the endpoints have listeners of their own, and
     // discovery callbacks come whatever the mask.
@@ -23,6 +26,7 @@ void DiscoveryRendezvous::install(fdds::DomainParticipant& fast) {
 void DiscoveryRendezvous::enabled(const frtps::GuidPrefix_t& own) {
     std::lock_guard<std::mutex> lock(mutex_);
     own_ = own;
+    window_end_ = Clock::now() + kWindow;
 }
 
 DiscoveryRendezvous::Clock::time_point DiscoveryRendezvous::window_end() const {
@@ -32,7 +36,8 @@ DiscoveryRendezvous::Clock::time_point DiscoveryRendezvous::window_end() const {
 
 bool DiscoveryRendezvous::await_remote_reader(const std::string& topic, const std::string& type) {
     std::unique_lock<std::mutex> lock(mutex_);
-    if (Clock::now() >= window_end_) {
+    // Not enabled (yet, or ever): nothing to wait for.
+    if (window_end_ == Clock::time_point::max() || Clock::now() >= window_end_) {
         return false;
     }
     return discovered_.wait_until(lock, window_end_,
@@ -46,6 +51,13 @@ bool DiscoveryRendezvous::remote_reader_known(const std::string& topic,
                            return reader.first.guidPrefix != own_ && reader.second.first == topic &&
                                   reader.second.second == type;
                        });
+}
+
+void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
+                                                   frtps::ParticipantDiscoveryInfo&& info) {
+    if (info.status == frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT) {
+        repair_->discovered();
+    }
 }
 
 void DiscoveryRendezvous::on_subscriber_discovery(fdds::DomainParticipant*,

@@ -25,7 +25,7 @@ DDS_ReturnCode_t DDSDomainParticipant::enable() {
             qordds::with_key_only_repair(qordds::make_transport_descriptors(impl_->transports));
         ReturnCode rc = fast->set_qos(qos);
         if (rc == ReturnCode::RETCODE_OK) {
-            impl_->rendezvous.install(*fast);
+            impl_->rendezvous.install(*fast, impl_->repair);
             rc = fast->enable();
         }
         if (rc == ReturnCode::RETCODE_OK) {

@@ -270,6 +270,7 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(
     // Fast DDS also refuses while it holds topics, publishers or subscribers of the
     // participant.
     ReturnCode rc = ReturnCode::RETCODE_ERROR;
+    participant->impl()->repair.stop();
     try {
         rc = fd::DomainParticipantFactory::get_instance()->delete_participant(
             participant->impl()->fast);

@@ -24,6 +24,7 @@ class DDSDomainParticipant::Impl {
     qordds::BuiltinTransports transports;  // made into Fast DDS transports by enable()
     qordds::TypeRegistry types;
     qordds::EntityRegistry entities;
+    qordds::AnnouncementRepair repair;       // of answers a newcomer dropped
     qordds::DiscoveryRendezvous rendezvous;  // for writers created soon after enable()
     std::recursive_mutex mutex;
 
