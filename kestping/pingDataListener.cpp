@@ -132,6 +132,8 @@ void KestPingDataListener::on_liveliness_changed(DDSDataReader*,
         std::printf("Current alive publisher tally is: %d\n", status.alive_count);
     }
     multiplePublishers.store(status.alive_count >= 2, std::memory_order_relaxed);
+    // A publisher that leaves is news now, also into a pipe or a file, not at the next sample.
+    std::fflush(stdout);
 }
 
 void KestPingDataListener::on_subscription_matched(DDSDataReader*,
@@ -145,6 +147,7 @@ void KestPingDataListener::on_subscription_matched(DDSDataReader*,
         std::printf("Found %d additional ping publishers(s).\n", status.current_count_change);
     }
     std::printf("Current publisher tally is: %d\n", status.current_count);
+    std::fflush(stdout);
 }
 
 void KestPingDataListener::on_requested_deadline_missed(DDSDataReader*,
