@@ -8,7 +8,7 @@
 #include "kestping/pingDataListener.h"
 #include "kestping/pingDataWriterListener.h"
 
-bool KESTPING_INTERRUPTED = false;
+std::atomic<bool> KESTPING_INTERRUPTED(false);
 bool KESTPING_DISABLE_INPUT = false;
 
 KestPingAgent::KestPingAgent(const char* applicationName)

@@ -3,6 +3,8 @@
 #ifndef QOR_KESTPING_KEST_PING_AGENT_H
 #define QOR_KESTPING_KEST_PING_AGENT_H
 
+#include <atomic>
+
 #include "agent/kestAgent.h"
 #include "dds/publication.h"
 #include "dds/subscription.h"
@@ -17,8 +19,9 @@ class KestPingDataListener;
 
 enum PingOperation { Undefined = 0, Publisher = 1, Subscriber = 2 };
 
-// Stop request for the publish and subscribe loops; the tool itself never raises it.
-extern bool KESTPING_INTERRUPTED;
+// Stop request for the publish and subscribe loops, raised by Ctrl+C and SIGTERM
+// (kestping/stopSignals.h); the loops clear it when they start and when they end.
+extern std::atomic<bool> KESTPING_INTERRUPTED;
 // Drops the CTRL+C hint from the listening message; the tool itself never sets it.
 extern bool KESTPING_DISABLE_INPUT;
 

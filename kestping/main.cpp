@@ -1,8 +1,11 @@
 // qorddsping: checks DDS connectivity by publishing numbered ping samples or subscribing to
 // them and reporting what arrives.
 #include "kestping/kestPingAgent.h"
+#include "kestping/stopSignals.h"
 
 int main(int argc, char** argv) {
+    // Before the middleware starts any thread.
+    catch_stop_signals();
     KestPingAgent* agent = new KestPingAgent("QOR Solvane DDS Ping");
     bool result = agent->execute(argc, const_cast<const char**>(argv));
     delete agent;

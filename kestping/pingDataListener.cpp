@@ -133,6 +133,8 @@ void KestPingDataListener::on_liveliness_changed(DDSDataReader*,
         std::fflush(stdout);
     }
     multiplePublishers.store(status.alive_count >= 2, std::memory_order_relaxed);
+    // A publisher that leaves is news now, also into a pipe or a file, not at the next sample.
+    std::fflush(stdout);
 }
 
 void KestPingDataListener::on_subscription_matched(DDSDataReader*,

@@ -2,20 +2,16 @@
 #include <cstdio>
 #include <new>
 
-#include "dds/utility.h"
 #include "kestping/kestPingAgent.h"
 #include "kestping/pingDataSupport.h"
 #include "kestping/pingDataWriterListener.h"
+#include "kestping/stopSignals.h"
 
 namespace {
 
 // What the keyed publisher does to an instance, by cycle: every instance meets the same phase
 // in the same cycle.
 enum KeyedPhase { WritePhase = 0, DisposePhase = 1, RewritePhase = 2, UnregisterPhase = 3 };
-
-bool isZero(const DDS_Duration_t& duration) {
-    return duration.sec == 0 && duration.nanosec == 0;
-}
 
 }  // namespace
 
@@ -161,11 +157,9 @@ bool KestPingAgent::do_publisher() {
             break;
         }
         do_write(issue);
-        // A zero period means back to back: not even a zero-length sleep, which the kernel
-        // may stretch.
-        if (!isZero(period)) {
-            DDSUtility::sleep(period);
-        }
+        // A zero period means back to back: the call only looks for a stop signal, it does
+        // not sleep. A stop signal cuts the pause short.
+        sleep_unless_interrupted(period);
         if (KESTPING_INTERRUPTED) {
             break;
         }

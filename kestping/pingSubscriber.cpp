@@ -5,9 +5,9 @@
 #include <new>
 
 #include "dds/transport_address.h"
-#include "dds/utility.h"
 #include "kestping/kestPingAgent.h"
 #include "kestping/pingDataListener.h"
+#include "kestping/stopSignals.h"
 
 namespace {
 
@@ -133,8 +133,8 @@ bool KestPingAgent::init_subscriber() {
 }
 
 // Sleeps in periods of `timeout` seconds while the listener reports; with a timeout, a whole
-// period without a valid sample ends the run. Without one, it wakes only to look at the stop
-// flag.
+// period without a valid sample ends the run. A stop signal ends the wait at once; without a
+// timeout the loop also wakes every 30 seconds to look at the stop flag.
 bool KestPingAgent::do_subscriber() {
     if (!init_subscriber()) {
         return false;
@@ -145,7 +145,11 @@ bool KestPingAgent::do_subscriber() {
         if (theVerbosity > 2) {
             std::puts("Listening...");
         }
-        DDSUtility::sleep(period);
+        sleep_unless_interrupted(period);
+        // A stop cuts the period short, so it says nothing about silence.
+        if (KESTPING_INTERRUPTED) {
+            break;
+        }
         if (timeout != 0 && !readerListener->received.load(std::memory_order_relaxed)) {
             if (theVerbosity > 0) {
                 std::printf("Timeout! No packets received for more than %d seconds\n", period.sec);

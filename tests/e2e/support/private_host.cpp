@@ -54,6 +54,13 @@ std::unique_ptr<Process> launch(const std::vector<std::string>& command) {
         if (getppid() != parent) {
             _exit(126);
         }
+        // Stop signals as a terminal would deliver them, whatever the test runner inherited
+        // (a job that a script starts with & ignores SIGINT).
+        signal(SIGINT, SIG_DFL);
+        signal(SIGTERM, SIG_DFL);
+        sigset_t none;
+        sigemptyset(&none);
+        sigprocmask(SIG_SETMASK, &none, nullptr);
         dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
         dup2(fileno(output), STDOUT_FILENO);
         dup2(fileno(errors), STDERR_FILENO);
@@ -92,6 +99,7 @@ void Process::reap(bool block) {
     }
     ended_ = true;
     exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    termSignal_ = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     // A memory error or leak must fail the scenario whatever it checks: the exit status alone
     // cannot tell (1 is also the tool's success).
     std::string report = errors();

@@ -38,6 +38,8 @@ class Process {
     bool running();
     // The exit status, or -1 when the process did not exit by itself (signal, still running).
     int exitStatus() const { return exitStatus_; }
+    // The signal that ended the process, or 0 when it exited (or still runs).
+    int termSignal() const { return termSignal_; }
 
     // Everything written so far; complete once wait() returned true.
     std::string output() const;
@@ -50,6 +52,7 @@ class Process {
     bool ended_ = false;
     bool timedOut_ = false;
     int exitStatus_ = -1;
+    int termSignal_ = 0;
     std::FILE* output_;
     std::FILE* errors_;
 };
