@@ -26,8 +26,6 @@ void KestAgent::printVersion() {
         std::printf("QOR KESTAGENT built with DDS version: %d.%d.%d (%s)\n", version.major,
                     version.minor, version.release, text);
     }
-    // The tool's own version, the one its package carries.
-    std::printf("qorddsping version %s\n", QOR_PROJECT_VERSION);
 }
 
 void KestAgent::printUsage() {

@@ -130,7 +130,6 @@ void KestPingDataListener::on_liveliness_changed(DDSDataReader*,
     }
     if (theVerbosity >= 1) {
         std::printf("Current alive publisher tally is: %d\n", status.alive_count);
-        std::fflush(stdout);
     }
     multiplePublishers.store(status.alive_count >= 2, std::memory_order_relaxed);
     // A publisher that leaves is news now, also into a pipe or a file, not at the next sample.

@@ -31,7 +31,7 @@ TEST(CommandLine, StoppedRunsExitZero) {
     } cases[] = {
         {{"-v"},
          HEADER + "QOR KESTAGENT built with DDS version: " + FASTRTPS_VERSION_STR + " (Fast DDS " +
-             FASTRTPS_VERSION_STR + ")\nqorddsping version " QOR_PROJECT_VERSION "\n"},
+             FASTRTPS_VERSION_STR + ")\n"},
         {{"-foo"}, HEADER + "QOR Solvane DDS Ping: Unrecognized parameter '-foo'\n"},
         // A blank inside an argument keeps it whole.
         {{"-domainId", "3 4"},

@@ -71,7 +71,9 @@ dpkg --root="$root" -s qorddsping | grep -q '^Status: install ok installed' ||
 ping="$root/usr/bin/qorddsping"
 output=$(timeout 30 "$top/tests/tools/private-host" "$ping" -version)
 echo "$output" | tail -n 2
-echo "$output" | grep -qx "qorddsping version $version" || fail "-version does not print $version"
+echo "$output" | grep -q "^QOR KESTAGENT built with DDS version: " || fail "-version does not run"
+dpkg --root="$root" -s qorddsping | grep -qx "Version: $version" ||
+    fail "the package does not carry version $version"
 
 run=$(timeout 60 "$top/tests/tools/private-host" sh -c '
     "$0" -subscriber -timeout 3 > "$1/subscriber.txt" 2>&1 & subscriber=$!

@@ -92,8 +92,7 @@ TEST_F(Lifecycle, ExecuteRunsOrStops) {
         stopped({"-domainId", "7", "-help", "-foo"}, usageWithDomain7),
         stopped({"-v"},
                 header() +
-                    frametest::dotted("QOR KESTAGENT built with DDS version: %d.%d.%d (%s)\n") +
-                    "qorddsping version " QOR_PROJECT_VERSION "\n"),
+                    frametest::dotted("QOR KESTAGENT built with DDS version: %d.%d.%d (%s)\n")),
         stopped({"-foo"}, header() + "QOR Solvane DDS Ping: Unrecognized parameter '-foo'\n"),
     };
     for (const Execution& c : cases) {
