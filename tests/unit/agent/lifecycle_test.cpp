@@ -90,9 +90,8 @@ TEST_F(Lifecycle, ExecuteRunsOrStops) {
         stopped({"-"}, golden("help.txt")),
         // The page shows the settings parsed so far; nothing after -help is parsed.
         stopped({"-domainId", "7", "-help", "-foo"}, usageWithDomain7),
-        stopped({"-v"},
-                header() +
-                    frametest::dotted("QOR KESTAGENT built with DDS version: %d.%d.%d (%s)\n")),
+        stopped({"-v"}, header() + frametest::dotted(
+                                       "QOR KESTAGENT built with DDS version: %d.%d.%d (%s)\n")),
         stopped({"-foo"}, header() + "QOR Solvane DDS Ping: Unrecognized parameter '-foo'\n"),
     };
     for (const Execution& c : cases) {
