@@ -29,10 +29,8 @@ bool has(Recorder& listener, int32_t number) {
 // Each round enables a participant and at once creates a writer and writes one sample, as the
 // ping publisher does, to a best-effort and a reliable VOLATILE reader of another participant.
 // A writer that had matched them when its creation returned must get its very first sample to
-// them; a marker written afterwards tells when to look. The remote side's match is only
-// waited for a short settling time, which a loaded machine now and then outlasts (seen about
-// one round in a thousand), so two losses are tolerated; without the wait about every other round
-// loses its sample.
+// them; a marker written afterwards tells when to look. Without the rendezvous about every other
+// round loses its sample; with it, not one may.
 TEST(Rendezvous, AFreshWritersVeryFirstSampleReachesTheReadersAlreadyThere) {
     const int32_t kRounds = 50;
     const int32_t kMarker = 1000000;
@@ -70,7 +68,9 @@ TEST(Rendezvous, AFreshWritersVeryFirstSampleReachesTheReadersAlreadyThere) {
             lost.push_back("reliable reader, round " + std::to_string(round));
         }
     }
-    EXPECT_LE(lost.size(), 2u) << ::testing::PrintToString(lost);
+    EXPECT_TRUE(lost.empty()) << ::testing::PrintToString(lost);
+    // A round whose writer had not matched both readers when its creation returned (one of
+    // them announced late, 70 ms after the other, by Fast DDS's own repair) is not judged.
     EXPECT_LT(unmatched.size(), static_cast<size_t>(kRounds / 2))
         << "writers created before discovery had found the readers";
 }
