@@ -21,11 +21,11 @@
 #include <fastdds/dds/subscriber/qos/DataReaderQos.hpp>
 #include <fastdds/dds/topic/Topic.hpp>
 
-#include "dds/src/callback_gate.h"
-#include "dds/src/listener_slot.h"
-#include "dds/src/listener_turn.h"
-#include "dds/src/reader_cache.h"
-#include "dds/src/writer_liveliness.h"
+#include "dds/src/entities/callback_gate.h"
+#include "dds/src/entities/listener_slot.h"
+#include "dds/src/entities/listener_turn.h"
+#include "dds/src/workarounds/reader_cache.h"
+#include "dds/src/workarounds/writer_liveliness.h"
 #include "dds/subscription.h"
 #include "dds/topic.h"
 

@@ -1,4 +1,4 @@
-#include "dds/src/data_writer.h"
+#include "dds/src/entities/data_writer.h"
 
 #include <chrono>
 #include <cstring>
@@ -7,10 +7,10 @@
 
 #include <fastdds/dds/publisher/DataWriterListener.hpp>
 
-#include "dds/src/callback_gate.h"
-#include "dds/src/fast_conversions.h"
-#include "dds/src/log.h"
-#include "dds/src/status_translation.h"
+#include "dds/src/entities/callback_gate.h"
+#include "dds/src/log/log.h"
+#include "dds/src/qos/fast_conversions.h"
+#include "dds/src/qos/status_translation.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

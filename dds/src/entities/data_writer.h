@@ -11,10 +11,10 @@
 #include <fastdds/dds/topic/Topic.hpp>
 
 #include "dds/publication.h"
-#include "dds/src/callback_gate.h"
-#include "dds/src/deadline_watch.h"
-#include "dds/src/discovery_rendezvous.h"
-#include "dds/src/listener_slot.h"
+#include "dds/src/entities/callback_gate.h"
+#include "dds/src/entities/listener_slot.h"
+#include "dds/src/workarounds/deadline_watch.h"
+#include "dds/src/workarounds/discovery_rendezvous.h"
 #include "dds/topic.h"
 
 namespace qordds {

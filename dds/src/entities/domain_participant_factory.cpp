@@ -7,11 +7,11 @@
 
 #include "dds/domain.h"
 #include "dds/logger.h"
-#include "dds/src/fast_environment.h"
-#include "dds/src/loaded_profiles.h"
-#include "dds/src/log.h"
-#include "dds/src/participant_impl.h"
-#include "dds/src/participant_qos_translation.h"
+#include "dds/src/entities/participant_impl.h"
+#include "dds/src/log/fast_environment.h"
+#include "dds/src/log/log.h"
+#include "dds/src/profiles/loaded_profiles.h"
+#include "dds/src/qos/participant_qos_translation.h"
 
 namespace fd = eprosima::fastdds::dds;
 using ReturnCode = eprosima::fastrtps::types::ReturnCode_t;

@@ -8,11 +8,11 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
 #include "dds/domain.h"
-#include "dds/src/builtin_transports.h"
-#include "dds/src/default_qos.h"
-#include "dds/src/discovery_rendezvous.h"
-#include "dds/src/entity_registry.h"
-#include "dds/src/type_registry.h"
+#include "dds/src/entities/entity_registry.h"
+#include "dds/src/qos/builtin_transports.h"
+#include "dds/src/qos/default_qos.h"
+#include "dds/src/types/type_registry.h"
+#include "dds/src/workarounds/discovery_rendezvous.h"
 #include "dds/topic.h"
 
 class DDSDomainParticipant::Impl {

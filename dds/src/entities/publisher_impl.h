@@ -7,7 +7,7 @@
 #include <fastdds/dds/publisher/Publisher.hpp>
 
 #include "dds/publication.h"
-#include "dds/src/data_writer.h"
+#include "dds/src/entities/data_writer.h"
 
 class DDSPublisher::Impl {
   public:

@@ -3,13 +3,13 @@
 #include <memory>
 #include <new>
 
-#include "dds/src/default_qos.h"
-#include "dds/src/deferred_deletion.h"
-#include "dds/src/endpoint_qos.h"
-#include "dds/src/log.h"
-#include "dds/src/participant_impl.h"
-#include "dds/src/subscriber_impl.h"
-#include "dds/src/topic_impl.h"
+#include "dds/src/entities/deferred_deletion.h"
+#include "dds/src/entities/participant_impl.h"
+#include "dds/src/entities/subscriber_impl.h"
+#include "dds/src/entities/topic_impl.h"
+#include "dds/src/log/log.h"
+#include "dds/src/qos/default_qos.h"
+#include "dds/src/qos/endpoint_qos.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

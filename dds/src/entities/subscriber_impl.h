@@ -6,7 +6,7 @@
 
 #include <fastdds/dds/subscriber/Subscriber.hpp>
 
-#include "dds/src/data_reader.h"
+#include "dds/src/entities/data_reader.h"
 #include "dds/subscription.h"
 
 class DDSSubscriber::Impl {

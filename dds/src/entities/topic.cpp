@@ -1,6 +1,6 @@
 #include "dds/topic.h"
 
-#include "dds/src/topic_impl.h"
+#include "dds/src/entities/topic_impl.h"
 
 DDSTopic::~DDSTopic() {
     delete impl_;

@@ -1,8 +1,8 @@
-#include "dds/src/fast_environment.h"
+#include "dds/src/log/fast_environment.h"
 
 #include <cstdlib>
 
-#include "dds/src/log.h"
+#include "dds/src/log/log.h"
 
 namespace qordds {
 

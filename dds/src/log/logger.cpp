@@ -41,8 +41,8 @@
 #include <string>
 #include <vector>
 
-#include "dds/src/fast_log_filter.h"
-#include "dds/src/log.h"
+#include "dds/src/log/log.h"
+#include "dds/src/workarounds/fast_log_filter.h"
 
 namespace fd = eprosima::fastdds::dds;
 

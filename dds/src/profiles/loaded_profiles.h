@@ -2,7 +2,7 @@
 #ifndef QOR_DDS_SRC_LOADED_PROFILES_H
 #define QOR_DDS_SRC_LOADED_PROFILES_H
 
-#include "dds/src/qos_profile_library.h"
+#include "dds/src/profiles/qos_profile_library.h"
 
 namespace qordds {
 

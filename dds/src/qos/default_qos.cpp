@@ -1,4 +1,4 @@
-#include "dds/src/default_qos.h"
+#include "dds/src/qos/default_qos.h"
 
 namespace qordds {
 

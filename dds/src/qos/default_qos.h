@@ -3,7 +3,7 @@
 #define QOR_DDS_SRC_DEFAULT_QOS_H
 
 #include "dds/qos.h"
-#include "dds/src/qos_profile_library.h"
+#include "dds/src/profiles/qos_profile_library.h"
 
 namespace qordds {
 

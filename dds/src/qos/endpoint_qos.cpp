@@ -1,4 +1,4 @@
-#include "dds/src/endpoint_qos.h"
+#include "dds/src/qos/endpoint_qos.h"
 
 #include <fastdds/rtps/common/Locator.h>
 #include <fastrtps/utils/IPLocator.h>
@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <string>
 
-#include "dds/src/fast_conversions.h"
-#include "dds/src/log.h"
+#include "dds/src/log/log.h"
+#include "dds/src/qos/fast_conversions.h"
 #include "dds/transport_address.h"
 
 namespace fdds = eprosima::fastdds::dds;

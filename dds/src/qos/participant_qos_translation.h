@@ -5,7 +5,7 @@
 #include <fastdds/dds/domain/qos/DomainParticipantQos.hpp>
 
 #include "dds/qos.h"
-#include "dds/src/builtin_transports.h"
+#include "dds/src/qos/builtin_transports.h"
 
 namespace qordds {
 

@@ -1,8 +1,8 @@
-#include "dds/src/status_translation.h"
+#include "dds/src/qos/status_translation.h"
 
 #include <cstddef>
 
-#include "dds/src/fast_conversions.h"
+#include "dds/src/qos/fast_conversions.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

@@ -1,7 +1,7 @@
 #include "dds/transport.h"
 
-#include "dds/src/log.h"
-#include "dds/src/participant_impl.h"
+#include "dds/src/entities/participant_impl.h"
+#include "dds/src/log/log.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <new>
 
 #include "dds/domain.h"
-#include "dds/src/log.h"
-#include "dds/src/participant_impl.h"
-#include "dds/src/topic_data_type_adapter.h"
+#include "dds/src/entities/participant_impl.h"
+#include "dds/src/log/log.h"
+#include "dds/src/types/topic_data_type_adapter.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "dds/dynamic_data.h"
-#include "dds/src/type_serializer.h"
+#include "dds/src/types/type_serializer.h"
 
 const DDS_PrintFormatProperty DDS_PRINT_FORMAT_PROPERTY_DEFAULT = {DDS_DEFAULT_PRINT_FORMAT, false};
 

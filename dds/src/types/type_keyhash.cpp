@@ -1,8 +1,8 @@
 #include <cstring>
 #include <vector>
 
-#include "dds/src/type_md5.h"
-#include "dds/src/type_serializer.h"
+#include "dds/src/types/type_md5.h"
+#include "dds/src/types/type_serializer.h"
 #include "dds/typecode.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "dds/src/log.h"
+#include "dds/src/log/log.h"
 
 bool DDS_TypePlugin_is_type(const DDSTypePlugin* plugin, const char* type_name) {
     return plugin != nullptr && plugin->type_name != nullptr && type_name != nullptr &&

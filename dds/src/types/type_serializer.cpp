@@ -1,4 +1,4 @@
-#include "dds/src/type_serializer.h"
+#include "dds/src/types/type_serializer.h"
 
 #include <cstring>
 

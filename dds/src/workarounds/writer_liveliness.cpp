@@ -1,4 +1,4 @@
-#include "dds/src/writer_liveliness.h"
+#include "dds/src/workarounds/writer_liveliness.h"
 
 #include <cstring>
 

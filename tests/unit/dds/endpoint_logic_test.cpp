@@ -13,13 +13,13 @@
 #include <fastdds/dds/core/status/IncompatibleQosStatus.hpp>
 
 #include "dds/logger.h"
-#include "dds/src/domain_isolation.h"
-#include "dds/src/endpoint_qos.h"
-#include "dds/src/key_only_repair.h"
-#include "dds/src/offered_deadline.h"
-#include "dds/src/reader_cache.h"
-#include "dds/src/status_translation.h"
-#include "dds/src/writer_liveliness.h"
+#include "dds/src/qos/endpoint_qos.h"
+#include "dds/src/qos/status_translation.h"
+#include "dds/src/workarounds/domain_isolation.h"
+#include "dds/src/workarounds/key_only_repair.h"
+#include "dds/src/workarounds/offered_deadline.h"
+#include "dds/src/workarounds/reader_cache.h"
+#include "dds/src/workarounds/writer_liveliness.h"
 
 namespace fdds = eprosima::fastdds::dds;
 using eprosima::fastrtps::Duration_t;

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "dds/logger.h"
-#include "dds/src/log.h"
+#include "dds/src/log/log.h"
 #include "tests/unit/support/test_io.h"
 
 namespace {

@@ -6,7 +6,7 @@
 
 #include "dds/domain.h"
 #include "dds/publication.h"
-#include "dds/src/participant_impl.h"
+#include "dds/src/entities/participant_impl.h"
 
 namespace {
 

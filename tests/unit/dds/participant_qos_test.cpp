@@ -8,9 +8,9 @@
 #include <fastrtps/utils/IPLocator.h>
 
 #include "dds/logger.h"
-#include "dds/src/builtin_transports.h"
-#include "dds/src/participant_qos_translation.h"
-#include "dds/src/peer_locators.h"
+#include "dds/src/qos/builtin_transports.h"
+#include "dds/src/qos/participant_qos_translation.h"
+#include "dds/src/qos/peer_locators.h"
 #include "tests/unit/support/test_io.h"
 
 namespace {

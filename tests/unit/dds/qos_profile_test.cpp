@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "dds/domain.h"
-#include "dds/src/qos_profile_library.h"
+#include "dds/src/profiles/qos_profile_library.h"
 #include "tests/unit/support/test_io.h"
 
 namespace {

@@ -8,7 +8,7 @@
 
 #include "dds/domain.h"
 #include "dds/logger.h"
-#include "dds/src/participant_impl.h"
+#include "dds/src/entities/participant_impl.h"
 #include "kestping/pingDataSupport.h"
 #include "tests/unit/support/test_io.h"
 

@@ -7,7 +7,7 @@
 
 #include <fastdds/rtps/common/SerializedPayload.h>
 
-#include "dds/src/topic_data_type_adapter.h"
+#include "dds/src/types/topic_data_type_adapter.h"
 #include "kestping/pingData.h"
 #include "kestping/pingDataPlugin.h"
 #include "tests/unit/dds/hex_bytes.h"
