@@ -11,6 +11,7 @@
 #include "dds/src/log/log.h"
 #include "dds/src/qos/fast_conversions.h"
 #include "dds/src/qos/status_translation.h"
+#include "dds/src/workarounds/send_window.h"
 
 namespace fdds = eprosima::fastdds::dds;
 
@@ -181,11 +182,7 @@ DDS_ReturnCode_t checked(const char* context, const fdds::DataWriter* writer, co
 
 }  // namespace
 
-// A reliable writer whose window is full waits in Fast DDS for acknowledgements. When they
-// empty a VOLATILE writer's history while it waits, Fast DDS 2.9 wakes up, finds no sample
-// left to drop and gives up with a timeout although there is room now; the sample is not
-// written. Such a timeout comes before max_blocking_time has passed, so it is tried once
-// more, which then finds the room. A real timeout comes at max_blocking_time and stays.
+// A timeout that comes too early is tried once more (see send_window.h).
 template <class Operation>
 DDS_ReturnCode_t UntypedDataWriter::guarded(const char* context, const void* sample,
                                             Operation operation) {
@@ -196,8 +193,8 @@ DDS_ReturnCode_t UntypedDataWriter::guarded(const char* context, const void* sam
     auto start = std::chrono::steady_clock::now();
     try {
         result = static_cast<DDS_ReturnCode_t>(operation(const_cast<void*>(sample))());
-        if (result == DDS_RETCODE_TIMEOUT && waits_for_acknowledgements_ &&
-            std::chrono::steady_clock::now() - start < max_blocking_time_) {
+        if (is_early_send_window_timeout(result, waits_for_acknowledgements_, start,
+                                         max_blocking_time_)) {
             result = static_cast<DDS_ReturnCode_t>(operation(const_cast<void*>(sample))());
         }
     } catch (const std::exception& e) {
