@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "agent/kestAgent.h"
-#include "dds/string.h"
+#include "qordds/string.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "agent/kestAgent.h"
-#include "dds/string.h"
+#include "qordds/string.h"
 
 int theVerbosity = 1;
 const char* ProductVersion = "$Id$";

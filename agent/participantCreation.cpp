@@ -1,9 +1,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "agent/builtinQosProfile.h"
 #include "agent/kestAgent.h"
-#include "dds/transport.h"
+#include "builtinQosProfile.h"
+#include "qordds/transport.h"
 
 namespace {
 

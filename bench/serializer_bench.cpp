@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "dds/typecode.h"
 #include "kestping/pingData.h"
+#include "qordds/typecode.h"
 
 namespace {
 

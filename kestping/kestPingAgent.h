@@ -4,9 +4,9 @@
 #define QOR_KESTPING_KEST_PING_AGENT_H
 
 #include "agent/kestAgent.h"
-#include "dds/publication.h"
-#include "dds/subscription.h"
-#include "dds/topic.h"
+#include "qordds/publication.h"
+#include "qordds/subscription.h"
+#include "qordds/topic.h"
 
 struct KestPingData;
 struct KestKeyedPingData;

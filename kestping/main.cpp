@@ -1,6 +1,6 @@
 // qorddsping: checks DDS connectivity by publishing numbered ping samples or subscribing to
 // them and reporting what arrives.
-#include "kestping/kestPingAgent.h"
+#include "kestPingAgent.h"
 
 int main(int argc, char** argv) {
     KestPingAgent* agent = new KestPingAgent("QOR Solvane DDS Ping");

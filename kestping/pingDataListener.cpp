@@ -1,10 +1,10 @@
-#include "kestping/pingDataListener.h"
+#include "pingDataListener.h"
 
 #include <cstdio>
 
 #include "agent/kestAgent.h"
-#include "dds/subscription.h"
 #include "kestping/pingDataSupport.h"
+#include "qordds/subscription.h"
 
 KestPingDataListener::KestPingDataListener(bool keyed, bool timeFilterActive)
     : expectedNumber(0),

@@ -1,6 +1,6 @@
 #include "kestping/pingDataPlugin.h"
 
-#include "kestping/pingDataPluginImpl.h"
+#include "pingDataPluginImpl.h"
 
 KestPingData* KestPingDataPluginSupport_create_data() {
     return kestping_plugin::create_data<KestPingData>();

@@ -7,11 +7,11 @@
 #include <memory>
 #include <new>
 
-#include "dds/dynamic_data.h"
-#include "dds/type_plugin.h"
-#include "dds/typecode.h"
 #include "kestping/pingData.h"
 #include "kestping/pingDataPlugin.h"
+#include "qordds/dynamic_data.h"
+#include "qordds/type_plugin.h"
+#include "qordds/typecode.h"
 
 namespace kestping_plugin {
 

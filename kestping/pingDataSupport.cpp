@@ -3,7 +3,7 @@
 #include <new>
 
 #include "kestping/pingDataPlugin.h"
-#include "kestping/pingDataSupportImpl.h"
+#include "pingDataSupportImpl.h"
 
 // ---- KestPingData type support ----
 

@@ -6,9 +6,9 @@
 #include <new>
 #include <string>
 
-#include "dds/type_plugin.h"
 #include "kestping/pingDataPlugin.h"
 #include "kestping/pingDataSupport.h"
+#include "qordds/type_plugin.h"
 
 namespace kestping_typed {
 

@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "dds/string.h"
-#include "kestping/kestPingAgent.h"
+#include "kestPingAgent.h"
+#include "qordds/string.h"
 
 namespace {
 

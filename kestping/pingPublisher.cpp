@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <new>
 
-#include "dds/utility.h"
-#include "kestping/kestPingAgent.h"
+#include "kestPingAgent.h"
 #include "kestping/pingDataSupport.h"
-#include "kestping/pingDataWriterListener.h"
+#include "pingDataWriterListener.h"
+#include "qordds/utility.h"
 
 namespace {
 

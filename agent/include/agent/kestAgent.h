@@ -4,9 +4,9 @@
 #ifndef QOR_AGENT_KEST_AGENT_H
 #define QOR_AGENT_KEST_AGENT_H
 
-#include "dds/domain.h"
-#include "dds/qos.h"
-#include "dds/types.h"
+#include "qordds/domain.h"
+#include "qordds/qos.h"
+#include "qordds/types.h"
 
 // Tool verbosity: 0 Silent, 1 Error, 2 Warning, 3 Local Info, 4 Remote Info, 5 All Info.
 // Written once by execute() before run(), read everywhere afterwards.

@@ -2,19 +2,19 @@
 #ifndef QOR_DDS_DDS_H
 #define QOR_DDS_DDS_H
 
-#include "dds/domain.h"
-#include "dds/listener.h"
-#include "dds/logger.h"
-#include "dds/publication.h"
-#include "dds/qos.h"
-#include "dds/sequence.h"
-#include "dds/status.h"
-#include "dds/string.h"
-#include "dds/subscription.h"
-#include "dds/topic.h"
-#include "dds/type_plugin.h"
-#include "dds/types.h"
-#include "dds/utility.h"
-#include "dds/version.h"
+#include "qordds/domain.h"
+#include "qordds/listener.h"
+#include "qordds/logger.h"
+#include "qordds/publication.h"
+#include "qordds/qos.h"
+#include "qordds/sequence.h"
+#include "qordds/status.h"
+#include "qordds/string.h"
+#include "qordds/subscription.h"
+#include "qordds/topic.h"
+#include "qordds/type_plugin.h"
+#include "qordds/types.h"
+#include "qordds/utility.h"
+#include "qordds/version.h"
 
 #endif

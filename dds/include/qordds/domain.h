@@ -2,11 +2,11 @@
 #ifndef QOR_DDS_DOMAIN_H
 #define QOR_DDS_DOMAIN_H
 
-#include "dds/listener.h"
-#include "dds/qos.h"
-#include "dds/sequence.h"
-#include "dds/type_plugin.h"
-#include "dds/types.h"
+#include "qordds/listener.h"
+#include "qordds/qos.h"
+#include "qordds/sequence.h"
+#include "qordds/type_plugin.h"
+#include "qordds/types.h"
 
 class DDSDomainParticipant;
 class DDSPublisher;

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "dds/typecode.h"
-#include "dds/types.h"
+#include "qordds/typecode.h"
+#include "qordds/types.h"
 
 enum DDS_PrintFormatKind {
     DDS_DEFAULT_PRINT_FORMAT,  // one "name: value" line per member

@@ -3,7 +3,7 @@
 #ifndef QOR_DDS_LISTENER_H
 #define QOR_DDS_LISTENER_H
 
-#include "dds/status.h"
+#include "qordds/status.h"
 
 class DDSDataWriter;
 class DDSDataReader;

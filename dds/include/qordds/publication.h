@@ -2,10 +2,10 @@
 #ifndef QOR_DDS_PUBLICATION_H
 #define QOR_DDS_PUBLICATION_H
 
-#include "dds/listener.h"
-#include "dds/qos.h"
-#include "dds/type_plugin.h"
-#include "dds/types.h"
+#include "qordds/listener.h"
+#include "qordds/qos.h"
+#include "qordds/type_plugin.h"
+#include "qordds/types.h"
 
 class DDSTopic;
 

@@ -6,8 +6,8 @@
 
 #include <cstdint>
 
-#include "dds/sequence.h"
-#include "dds/types.h"
+#include "qordds/sequence.h"
+#include "qordds/types.h"
 
 // Standard QoS policy ids, as reported in incompatible-QoS statuses.
 enum DDS_QosPolicyId_t {

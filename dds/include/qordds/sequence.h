@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <new>
 
-#include "dds/string.h"
-#include "dds/type_plugin.h"
+#include "qordds/string.h"
+#include "qordds/type_plugin.h"
 
 // Logs a refused sequence operation through the middleware logger.
 void DDS_Sequence_log_error(const char* operation, const char* reason);

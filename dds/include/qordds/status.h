@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-#include "dds/qos.h"
-#include "dds/sequence.h"
-#include "dds/types.h"
+#include "qordds/qos.h"
+#include "qordds/sequence.h"
+#include "qordds/types.h"
 
 struct DDS_QosPolicyCount {
     DDS_QosPolicyId_t policy_id = DDS_INVALID_QOS_POLICY_ID;

@@ -4,11 +4,11 @@
 
 #include <cstdint>
 
-#include "dds/listener.h"
-#include "dds/qos.h"
-#include "dds/sequence.h"
-#include "dds/type_plugin.h"
-#include "dds/types.h"
+#include "qordds/listener.h"
+#include "qordds/qos.h"
+#include "qordds/sequence.h"
+#include "qordds/type_plugin.h"
+#include "qordds/types.h"
 
 class DDSTopicDescription;
 

@@ -6,8 +6,8 @@
 
 #include <cstdint>
 
-#include "dds/qos.h"
-#include "dds/types.h"
+#include "qordds/qos.h"
+#include "qordds/types.h"
 
 class DDSDomainParticipant;
 

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "dds/types.h"
+#include "qordds/types.h"
 
 struct DDS_TypeCode;
 class DDSDataReader;

@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-#include "dds/type_plugin.h"
+#include "qordds/type_plugin.h"
 
 // Type kinds, with the standard numbering.
 enum DDS_TCKind {

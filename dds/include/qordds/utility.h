@@ -2,7 +2,7 @@
 #ifndef QOR_DDS_UTILITY_H
 #define QOR_DDS_UTILITY_H
 
-#include "dds/types.h"
+#include "qordds/types.h"
 
 class DDSUtility {
   public:

@@ -1,4 +1,4 @@
-#include "dds/src/entities/data_reader.h"
+#include "entities/data_reader.h"
 
 #include <algorithm>
 #include <ctime>
@@ -7,11 +7,11 @@
 #include <fastdds/dds/subscriber/DataReaderListener.hpp>
 #include <fastdds/dds/subscriber/SampleInfo.hpp>
 
-#include "dds/src/entities/callback_gate.h"
-#include "dds/src/log/log.h"
-#include "dds/src/qos/fast_conversions.h"
-#include "dds/src/qos/status_translation.h"
-#include "dds/src/workarounds/key_only_repair.h"
+#include "entities/callback_gate.h"
+#include "log/log.h"
+#include "qos/fast_conversions.h"
+#include "qos/status_translation.h"
+#include "workarounds/key_only_repair.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

@@ -21,13 +21,13 @@
 #include <fastdds/dds/subscriber/qos/DataReaderQos.hpp>
 #include <fastdds/dds/topic/Topic.hpp>
 
-#include "dds/src/entities/callback_gate.h"
-#include "dds/src/entities/listener_slot.h"
-#include "dds/src/entities/listener_turn.h"
-#include "dds/src/workarounds/reader_cache.h"
-#include "dds/src/workarounds/writer_liveliness.h"
-#include "dds/subscription.h"
-#include "dds/topic.h"
+#include "entities/callback_gate.h"
+#include "entities/listener_slot.h"
+#include "entities/listener_turn.h"
+#include "qordds/subscription.h"
+#include "qordds/topic.h"
+#include "workarounds/reader_cache.h"
+#include "workarounds/writer_liveliness.h"
 
 namespace qordds {
 

@@ -1,4 +1,4 @@
-#include "dds/src/entities/data_writer.h"
+#include "entities/data_writer.h"
 
 #include <chrono>
 #include <cstring>
@@ -7,11 +7,11 @@
 
 #include <fastdds/dds/publisher/DataWriterListener.hpp>
 
-#include "dds/src/entities/callback_gate.h"
-#include "dds/src/log/log.h"
-#include "dds/src/qos/fast_conversions.h"
-#include "dds/src/qos/status_translation.h"
-#include "dds/src/workarounds/send_window.h"
+#include "entities/callback_gate.h"
+#include "log/log.h"
+#include "qos/fast_conversions.h"
+#include "qos/status_translation.h"
+#include "workarounds/send_window.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

@@ -10,12 +10,12 @@
 #include <fastdds/dds/publisher/qos/DataWriterQos.hpp>
 #include <fastdds/dds/topic/Topic.hpp>
 
-#include "dds/publication.h"
-#include "dds/src/entities/callback_gate.h"
-#include "dds/src/entities/listener_slot.h"
-#include "dds/src/workarounds/deadline_watch.h"
-#include "dds/src/workarounds/discovery_rendezvous.h"
-#include "dds/topic.h"
+#include "entities/callback_gate.h"
+#include "entities/listener_slot.h"
+#include "qordds/publication.h"
+#include "qordds/topic.h"
+#include "workarounds/deadline_watch.h"
+#include "workarounds/discovery_rendezvous.h"
 
 namespace qordds {
 

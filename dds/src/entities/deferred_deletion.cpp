@@ -1,4 +1,4 @@
-#include "dds/src/entities/deferred_deletion.h"
+#include "entities/deferred_deletion.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -6,8 +6,8 @@
 #include <mutex>
 #include <thread>
 
-#include "dds/src/entities/callback_gate.h"
-#include "dds/src/log/log.h"
+#include "entities/callback_gate.h"
+#include "log/log.h"
 
 namespace qordds {
 

@@ -1,10 +1,10 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
-#include "dds/domain.h"
-#include "dds/src/entities/participant_impl.h"
-#include "dds/src/log/log.h"
-#include "dds/src/profiles/loaded_profiles.h"
-#include "dds/src/workarounds/key_only_repair.h"
+#include "entities/participant_impl.h"
+#include "log/log.h"
+#include "profiles/loaded_profiles.h"
+#include "qordds/domain.h"
+#include "workarounds/key_only_repair.h"
 
 namespace fd = eprosima::fastdds::dds;
 using ReturnCode = eprosima::fastrtps::types::ReturnCode_t;

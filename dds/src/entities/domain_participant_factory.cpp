@@ -5,13 +5,13 @@
 
 #include <fastdds/dds/domain/DomainParticipantFactory.hpp>
 
-#include "dds/domain.h"
-#include "dds/logger.h"
-#include "dds/src/entities/participant_impl.h"
-#include "dds/src/log/fast_environment.h"
-#include "dds/src/log/log.h"
-#include "dds/src/profiles/loaded_profiles.h"
-#include "dds/src/qos/participant_qos_translation.h"
+#include "entities/participant_impl.h"
+#include "log/fast_environment.h"
+#include "log/log.h"
+#include "profiles/loaded_profiles.h"
+#include "qordds/domain.h"
+#include "qordds/logger.h"
+#include "qos/participant_qos_translation.h"
 
 namespace fd = eprosima::fastdds::dds;
 using ReturnCode = eprosima::fastrtps::types::ReturnCode_t;

@@ -1,6 +1,6 @@
-#include "dds/listener.h"
+#include "qordds/listener.h"
 
-#include "dds/src/entities/listener_slot.h"
+#include "entities/listener_slot.h"
 
 // Here rather than in ~DDSListener: once this body has run, a call through the object would
 // no longer reach even these classes' empty callbacks.

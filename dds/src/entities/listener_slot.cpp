@@ -1,4 +1,4 @@
-#include "dds/src/entities/listener_slot.h"
+#include "entities/listener_slot.h"
 
 #include <algorithm>
 #include <unordered_map>

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-#include "dds/src/entities/callback_gate.h"
+#include "entities/callback_gate.h"
 
 namespace qordds {
 

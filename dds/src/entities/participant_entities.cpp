@@ -5,18 +5,18 @@
 #include <fastdds/dds/publisher/qos/PublisherQos.hpp>
 #include <fastdds/dds/subscriber/qos/SubscriberQos.hpp>
 
-#include "dds/domain.h"
-#include "dds/publication.h"
-#include "dds/src/entities/deferred_deletion.h"
-#include "dds/src/entities/participant_impl.h"
-#include "dds/src/entities/publisher_impl.h"
-#include "dds/src/entities/subscriber_impl.h"
-#include "dds/src/entities/topic_impl.h"
-#include "dds/src/log/log.h"
-#include "dds/src/qos/endpoint_qos.h"
-#include "dds/src/workarounds/domain_isolation.h"
-#include "dds/subscription.h"
-#include "dds/topic.h"
+#include "entities/deferred_deletion.h"
+#include "entities/participant_impl.h"
+#include "entities/publisher_impl.h"
+#include "entities/subscriber_impl.h"
+#include "entities/topic_impl.h"
+#include "log/log.h"
+#include "qordds/domain.h"
+#include "qordds/publication.h"
+#include "qordds/subscription.h"
+#include "qordds/topic.h"
+#include "qos/endpoint_qos.h"
+#include "workarounds/domain_isolation.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

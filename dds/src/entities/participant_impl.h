@@ -7,13 +7,13 @@
 
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
-#include "dds/domain.h"
-#include "dds/src/entities/entity_registry.h"
-#include "dds/src/qos/builtin_transports.h"
-#include "dds/src/qos/default_qos.h"
-#include "dds/src/types/type_registry.h"
-#include "dds/src/workarounds/discovery_rendezvous.h"
-#include "dds/topic.h"
+#include "entities/entity_registry.h"
+#include "qordds/domain.h"
+#include "qordds/topic.h"
+#include "qos/builtin_transports.h"
+#include "qos/default_qos.h"
+#include "types/type_registry.h"
+#include "workarounds/discovery_rendezvous.h"
 
 class DDSDomainParticipant::Impl {
   public:

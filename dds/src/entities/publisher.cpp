@@ -1,17 +1,17 @@
-#include "dds/publication.h"
+#include "qordds/publication.h"
 
 #include <exception>
 #include <memory>
 #include <new>
 #include <string>
 
-#include "dds/src/entities/deferred_deletion.h"
-#include "dds/src/entities/participant_impl.h"
-#include "dds/src/entities/publisher_impl.h"
-#include "dds/src/entities/topic_impl.h"
-#include "dds/src/log/log.h"
-#include "dds/src/qos/default_qos.h"
-#include "dds/src/qos/endpoint_qos.h"
+#include "entities/deferred_deletion.h"
+#include "entities/participant_impl.h"
+#include "entities/publisher_impl.h"
+#include "entities/topic_impl.h"
+#include "log/log.h"
+#include "qos/default_qos.h"
+#include "qos/endpoint_qos.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

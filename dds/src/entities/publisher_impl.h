@@ -6,8 +6,8 @@
 
 #include <fastdds/dds/publisher/Publisher.hpp>
 
-#include "dds/publication.h"
-#include "dds/src/entities/data_writer.h"
+#include "entities/data_writer.h"
+#include "qordds/publication.h"
 
 class DDSPublisher::Impl {
   public:

@@ -1,15 +1,15 @@
-#include "dds/subscription.h"
+#include "qordds/subscription.h"
 
 #include <memory>
 #include <new>
 
-#include "dds/src/entities/deferred_deletion.h"
-#include "dds/src/entities/participant_impl.h"
-#include "dds/src/entities/subscriber_impl.h"
-#include "dds/src/entities/topic_impl.h"
-#include "dds/src/log/log.h"
-#include "dds/src/qos/default_qos.h"
-#include "dds/src/qos/endpoint_qos.h"
+#include "entities/deferred_deletion.h"
+#include "entities/participant_impl.h"
+#include "entities/subscriber_impl.h"
+#include "entities/topic_impl.h"
+#include "log/log.h"
+#include "qos/default_qos.h"
+#include "qos/endpoint_qos.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

@@ -6,8 +6,8 @@
 
 #include <fastdds/dds/subscriber/Subscriber.hpp>
 
-#include "dds/src/entities/data_reader.h"
-#include "dds/subscription.h"
+#include "entities/data_reader.h"
+#include "qordds/subscription.h"
 
 class DDSSubscriber::Impl {
   public:

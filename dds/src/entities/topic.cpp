@@ -1,6 +1,6 @@
-#include "dds/topic.h"
+#include "qordds/topic.h"
 
-#include "dds/src/entities/topic_impl.h"
+#include "entities/topic_impl.h"
 
 DDSTopic::~DDSTopic() {
     delete impl_;

@@ -6,8 +6,8 @@
 
 #include <fastdds/dds/topic/Topic.hpp>
 
-#include "dds/domain.h"
-#include "dds/topic.h"
+#include "qordds/domain.h"
+#include "qordds/topic.h"
 
 class DDSTopic::Impl {
   public:

@@ -1,8 +1,8 @@
-#include "dds/src/log/fast_environment.h"
+#include "log/fast_environment.h"
 
 #include <cstdlib>
 
-#include "dds/src/log/log.h"
+#include "log/log.h"
 
 namespace qordds {
 

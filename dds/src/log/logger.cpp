@@ -28,7 +28,7 @@
 // with other lines, whoever writes them; and it goes through the same stdout buffer as the
 // tool's own printf lines, so the binding's lines (written at once, in the calling thread)
 // keep their place among them.
-#include "dds/logger.h"
+#include "qordds/logger.h"
 
 #include <fastdds/dds/log/Log.hpp>
 
@@ -41,8 +41,8 @@
 #include <string>
 #include <vector>
 
-#include "dds/src/log/log.h"
-#include "dds/src/workarounds/fast_log_filter.h"
+#include "log/log.h"
+#include "workarounds/fast_log_filter.h"
 
 namespace fd = eprosima::fastdds::dds;
 

@@ -1,4 +1,4 @@
-#include "dds/utility.h"
+#include "qordds/utility.h"
 
 #include <cerrno>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "dds/version.h"
+#include "qordds/version.h"
 
 #include <fastrtps/config.h>
 

@@ -2,7 +2,7 @@
 #ifndef QOR_DDS_SRC_LOADED_PROFILES_H
 #define QOR_DDS_SRC_LOADED_PROFILES_H
 
-#include "dds/src/profiles/qos_profile_library.h"
+#include "profiles/qos_profile_library.h"
 
 namespace qordds {
 

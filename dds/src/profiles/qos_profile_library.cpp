@@ -1,4 +1,4 @@
-#include "dds/src/profiles/qos_profile_library.h"
+#include "profiles/qos_profile_library.h"
 
 #include <fnmatch.h>
 
@@ -11,8 +11,8 @@
 
 #include <tinyxml2.h>
 
-#include "dds/src/log/log.h"
-#include "dds/src/profiles/qos_profile_xml.h"
+#include "log/log.h"
+#include "profiles/qos_profile_xml.h"
 
 namespace qordds {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "dds/qos.h"
+#include "qordds/qos.h"
 
 namespace tinyxml2 {
 class XMLDocument;

@@ -1,4 +1,4 @@
-#include "dds/src/profiles/qos_profile_xml.h"
+#include "profiles/qos_profile_xml.h"
 
 #include <strings.h>
 
@@ -12,7 +12,7 @@
 
 #include <tinyxml2.h>
 
-#include "dds/src/log/log.h"
+#include "log/log.h"
 
 namespace qordds {
 

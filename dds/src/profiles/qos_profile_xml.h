@@ -7,7 +7,7 @@
 #include <initializer_list>
 #include <string>
 
-#include "dds/qos.h"
+#include "qordds/qos.h"
 
 namespace tinyxml2 {
 class XMLElement;

@@ -1,4 +1,4 @@
-#include "dds/src/qos/builtin_transports.h"
+#include "qos/builtin_transports.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include <fastdds/rtps/transport/UDPv6TransportDescriptor.h>
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 
-#include "dds/src/log/log.h"
+#include "log/log.h"
 
 namespace qordds {
 

@@ -8,7 +8,7 @@
 
 #include <fastdds/rtps/transport/TransportDescriptorInterface.h>
 
-#include "dds/transport.h"
+#include "qordds/transport.h"
 
 namespace qordds {
 

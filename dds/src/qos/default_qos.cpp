@@ -1,4 +1,4 @@
-#include "dds/src/qos/default_qos.h"
+#include "qos/default_qos.h"
 
 namespace qordds {
 

@@ -2,8 +2,8 @@
 #ifndef QOR_DDS_SRC_DEFAULT_QOS_H
 #define QOR_DDS_SRC_DEFAULT_QOS_H
 
-#include "dds/qos.h"
-#include "dds/src/profiles/qos_profile_library.h"
+#include "profiles/qos_profile_library.h"
+#include "qordds/qos.h"
 
 namespace qordds {
 

@@ -1,4 +1,4 @@
-#include "dds/src/qos/endpoint_qos.h"
+#include "qos/endpoint_qos.h"
 
 #include <fastdds/rtps/common/Locator.h>
 #include <fastrtps/utils/IPLocator.h>
@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <string>
 
-#include "dds/src/log/log.h"
-#include "dds/src/qos/fast_conversions.h"
-#include "dds/transport_address.h"
+#include "log/log.h"
+#include "qordds/transport_address.h"
+#include "qos/fast_conversions.h"
 
 namespace fdds = eprosima::fastdds::dds;
 using eprosima::fastrtps::rtps::Locator_t;

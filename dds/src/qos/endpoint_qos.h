@@ -6,7 +6,7 @@
 #include <fastdds/dds/subscriber/qos/DataReaderQos.hpp>
 #include <fastdds/dds/topic/qos/TopicQos.hpp>
 
-#include "dds/qos.h"
+#include "qordds/qos.h"
 
 namespace qordds {
 

@@ -8,7 +8,7 @@
 #include <fastdds/rtps/common/Time_t.h>
 #include <fastdds/dds/common/InstanceHandle.hpp>
 
-#include "dds/types.h"
+#include "qordds/types.h"
 
 namespace qordds {
 

@@ -1,7 +1,7 @@
-#include "dds/src/qos/participant_qos_translation.h"
+#include "qos/participant_qos_translation.h"
 
-#include "dds/src/log/log.h"
-#include "dds/src/qos/peer_locators.h"
+#include "log/log.h"
+#include "qos/peer_locators.h"
 
 namespace qordds {
 

@@ -4,8 +4,8 @@
 
 #include <fastdds/dds/domain/qos/DomainParticipantQos.hpp>
 
-#include "dds/qos.h"
-#include "dds/src/qos/builtin_transports.h"
+#include "qordds/qos.h"
+#include "qos/builtin_transports.h"
 
 namespace qordds {
 

@@ -1,4 +1,4 @@
-#include "dds/src/qos/peer_locators.h"
+#include "qos/peer_locators.h"
 
 #include <arpa/inet.h>
 #include <netdb.h>
@@ -14,7 +14,7 @@
 #include <fastdds/rtps/common/PortParameters.h>
 #include <fastrtps/utils/IPLocator.h>
 
-#include "dds/src/log/log.h"
+#include "log/log.h"
 
 namespace qordds {
 

@@ -4,8 +4,8 @@
 
 #include <fastdds/rtps/common/Locator.h>
 
-#include "dds/qos.h"
-#include "dds/types.h"
+#include "qordds/qos.h"
+#include "qordds/types.h"
 
 namespace qordds {
 

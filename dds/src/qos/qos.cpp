@@ -1,4 +1,4 @@
-#include "dds/qos.h"
+#include "qordds/qos.h"
 
 #include <cstring>
 

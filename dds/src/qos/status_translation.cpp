@@ -1,8 +1,8 @@
-#include "dds/src/qos/status_translation.h"
+#include "qos/status_translation.h"
 
 #include <cstddef>
 
-#include "dds/src/qos/fast_conversions.h"
+#include "qos/fast_conversions.h"
 
 namespace fdds = eprosima::fastdds::dds;
 

@@ -10,7 +10,7 @@
 #include <fastdds/dds/core/status/SampleRejectedStatus.hpp>
 #include <fastdds/dds/core/status/SubscriptionMatchedStatus.hpp>
 
-#include "dds/status.h"
+#include "qordds/status.h"
 
 namespace qordds {
 

@@ -1,4 +1,4 @@
-#include "dds/transport_address.h"
+#include "qordds/transport_address.h"
 
 #include <arpa/inet.h>
 

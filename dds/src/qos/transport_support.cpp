@@ -1,7 +1,7 @@
-#include "dds/transport.h"
+#include "qordds/transport.h"
 
-#include "dds/src/entities/participant_impl.h"
-#include "dds/src/log/log.h"
+#include "entities/participant_impl.h"
+#include "log/log.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <memory>
 #include <new>
 
-#include "dds/domain.h"
-#include "dds/src/entities/participant_impl.h"
-#include "dds/src/log/log.h"
-#include "dds/src/types/topic_data_type_adapter.h"
+#include "entities/participant_impl.h"
+#include "log/log.h"
+#include "qordds/domain.h"
+#include "types/topic_data_type_adapter.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "dds/sequence.h"
+#include "qordds/sequence.h"
 
-#include "dds/src/log/log.h"
+#include "log/log.h"
 
 void DDS_Sequence_log_error(const char* operation, const char* reason) {
     qordds::log(qordds::LogKind::Error, "DDSSequence", "%s: %s", operation, reason);

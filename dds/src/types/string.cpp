@@ -1,4 +1,4 @@
-#include "dds/string.h"
+#include "qordds/string.h"
 
 #include <cstdlib>
 #include <cstring>

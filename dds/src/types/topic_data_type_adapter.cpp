@@ -1,4 +1,4 @@
-#include "dds/src/types/topic_data_type_adapter.h"
+#include "types/topic_data_type_adapter.h"
 
 #include <algorithm>
 #include <cstring>

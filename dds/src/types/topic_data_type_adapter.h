@@ -5,7 +5,7 @@
 
 #include <fastdds/dds/topic/TopicDataType.hpp>
 
-#include "dds/type_plugin.h"
+#include "qordds/type_plugin.h"
 
 namespace qordds {
 

@@ -2,8 +2,8 @@
 #include <cstring>
 #include <string>
 
-#include "dds/dynamic_data.h"
-#include "dds/src/types/type_serializer.h"
+#include "qordds/dynamic_data.h"
+#include "types/type_serializer.h"
 
 const DDS_PrintFormatProperty DDS_PRINT_FORMAT_PROPERTY_DEFAULT = {DDS_DEFAULT_PRINT_FORMAT, false};
 

@@ -1,9 +1,9 @@
 #include <cstring>
 #include <vector>
 
-#include "dds/src/types/type_md5.h"
-#include "dds/src/types/type_serializer.h"
-#include "dds/typecode.h"
+#include "qordds/typecode.h"
+#include "types/type_md5.h"
+#include "types/type_serializer.h"
 
 namespace {
 

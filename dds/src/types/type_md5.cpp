@@ -1,4 +1,4 @@
-#include "dds/src/types/type_md5.h"
+#include "types/type_md5.h"
 
 #include <cstring>
 

@@ -1,10 +1,10 @@
-#include "dds/type_plugin.h"
+#include "qordds/type_plugin.h"
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
-#include "dds/src/log/log.h"
+#include "log/log.h"
 
 bool DDS_TypePlugin_is_type(const DDSTypePlugin* plugin, const char* type_name) {
     return plugin != nullptr && plugin->type_name != nullptr && type_name != nullptr &&

@@ -8,7 +8,7 @@
 
 #include <fastdds/dds/topic/TypeSupport.hpp>
 
-#include "dds/type_plugin.h"
+#include "qordds/type_plugin.h"
 
 namespace qordds {
 

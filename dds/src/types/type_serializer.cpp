@@ -1,4 +1,4 @@
-#include "dds/src/types/type_serializer.h"
+#include "types/type_serializer.h"
 
 #include <cstring>
 
@@ -6,7 +6,7 @@
 #include <fastcdr/FastBuffer.h>
 #include <fastcdr/exceptions/Exception.h>
 
-#include "dds/typecode.h"
+#include "qordds/typecode.h"
 
 // Extensibility. The descriptions carry no extensibility kind, so every structure has the
 // default one, which XTypes fixes as APPENDABLE for a type without an extensibility

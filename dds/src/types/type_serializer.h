@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "dds/typecode.h"
+#include "qordds/typecode.h"
 
 namespace qordds {
 

@@ -1,4 +1,4 @@
-#include "dds/types.h"
+#include "qordds/types.h"
 
 #include <cstring>
 

@@ -1,10 +1,10 @@
-#include "dds/src/workarounds/deadline_watch.h"
+#include "workarounds/deadline_watch.h"
 
 #include <condition_variable>
 #include <mutex>
 #include <vector>
 
-#include "dds/src/workarounds/offered_deadline.h"
+#include "workarounds/offered_deadline.h"
 
 namespace qordds {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <thread>
 
-#include "dds/status.h"
+#include "qordds/status.h"
 
 namespace qordds {
 

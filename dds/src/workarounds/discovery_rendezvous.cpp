@@ -1,4 +1,4 @@
-#include "dds/src/workarounds/discovery_rendezvous.h"
+#include "workarounds/discovery_rendezvous.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "dds/src/workarounds/domain_isolation.h"
+#include "workarounds/domain_isolation.h"
 
 #include <fnmatch.h>
 

@@ -32,7 +32,7 @@
 #include <string>
 #include <vector>
 
-#include "dds/qos.h"
+#include "qordds/qos.h"
 
 namespace qordds {
 

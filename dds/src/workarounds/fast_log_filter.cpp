@@ -1,4 +1,4 @@
-#include "dds/src/workarounds/fast_log_filter.h"
+#include "workarounds/fast_log_filter.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "dds/src/workarounds/key_only_repair.h"
+#include "workarounds/key_only_repair.h"
 
 #include <array>
 #include <cstring>

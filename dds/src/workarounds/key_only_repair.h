@@ -21,8 +21,8 @@
 
 #include <fastdds/rtps/transport/TransportDescriptorInterface.h>
 
-#include "dds/type_plugin.h"
-#include "dds/types.h"
+#include "qordds/type_plugin.h"
+#include "qordds/types.h"
 
 namespace qordds {
 

@@ -1,4 +1,4 @@
-#include "dds/src/workarounds/offered_deadline.h"
+#include "workarounds/offered_deadline.h"
 
 #include <algorithm>
 #include <cstring>

@@ -21,7 +21,7 @@
 #include <map>
 #include <vector>
 
-#include "dds/status.h"
+#include "qordds/status.h"
 
 namespace qordds {
 

@@ -1,4 +1,4 @@
-#include "dds/src/workarounds/reader_cache.h"
+#include "workarounds/reader_cache.h"
 
 #include <algorithm>
 #include <cstring>

@@ -12,10 +12,10 @@
 #include <map>
 #include <vector>
 
-#include "dds/qos.h"
-#include "dds/status.h"
-#include "dds/subscription.h"
-#include "dds/type_plugin.h"
+#include "qordds/qos.h"
+#include "qordds/status.h"
+#include "qordds/subscription.h"
+#include "qordds/type_plugin.h"
 
 namespace qordds {
 

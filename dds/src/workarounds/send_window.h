@@ -11,7 +11,7 @@
 
 #include <chrono>
 
-#include "dds/types.h"
+#include "qordds/types.h"
 
 namespace qordds {
 

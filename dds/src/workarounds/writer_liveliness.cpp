@@ -1,4 +1,4 @@
-#include "dds/src/workarounds/writer_liveliness.h"
+#include "workarounds/writer_liveliness.h"
 
 #include <cstring>
 

@@ -12,7 +12,7 @@
 #include <array>
 #include <map>
 
-#include "dds/status.h"
+#include "qordds/status.h"
 
 namespace qordds {
 

@@ -6,9 +6,9 @@
 
 #include <cstdint>
 
-#include "dds/sequence.h"
-#include "dds/type_plugin.h"
-#include "dds/typecode.h"
+#include "qordds/sequence.h"
+#include "qordds/type_plugin.h"
+#include "qordds/typecode.h"
 
 extern const char* const KestPingDataTYPENAME;       // "KestPingData"
 extern const char* const KestKeyedPingDataTYPENAME;  // "KestKeyedPingData"

@@ -4,10 +4,10 @@
 #ifndef QOR_KESTPING_PING_DATA_PLUGIN_H
 #define QOR_KESTPING_PING_DATA_PLUGIN_H
 
-#include "dds/dynamic_data.h"
-#include "dds/type_plugin.h"
-#include "dds/types.h"
 #include "kestping/pingData.h"
+#include "qordds/dynamic_data.h"
+#include "qordds/type_plugin.h"
+#include "qordds/types.h"
 
 // What a maximum-size operation answers when the computation overflows.
 const unsigned int KEST_PING_SERIALIZED_SIZE_OVERFLOW = 2147482623u;  // 0x7FFFFBFF

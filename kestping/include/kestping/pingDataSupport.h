@@ -3,13 +3,13 @@
 #ifndef QOR_KESTPING_PING_DATA_SUPPORT_H
 #define QOR_KESTPING_PING_DATA_SUPPORT_H
 
-#include "dds/domain.h"
-#include "dds/dynamic_data.h"
-#include "dds/publication.h"
-#include "dds/subscription.h"
-#include "dds/type_plugin.h"
-#include "dds/typecode.h"
 #include "kestping/pingData.h"
+#include "qordds/domain.h"
+#include "qordds/dynamic_data.h"
+#include "qordds/publication.h"
+#include "qordds/subscription.h"
+#include "qordds/type_plugin.h"
+#include "qordds/typecode.h"
 
 class KestPingDataTypeSupport : public DDSTypeSupport {
   public:

@@ -12,14 +12,14 @@
 #include <fastrtps/utils/IPLocator.h>
 #include <fastdds/dds/core/status/IncompatibleQosStatus.hpp>
 
-#include "dds/logger.h"
-#include "dds/src/qos/endpoint_qos.h"
-#include "dds/src/qos/status_translation.h"
-#include "dds/src/workarounds/domain_isolation.h"
-#include "dds/src/workarounds/key_only_repair.h"
-#include "dds/src/workarounds/offered_deadline.h"
-#include "dds/src/workarounds/reader_cache.h"
-#include "dds/src/workarounds/writer_liveliness.h"
+#include "qordds/logger.h"
+#include "qos/endpoint_qos.h"
+#include "qos/status_translation.h"
+#include "workarounds/domain_isolation.h"
+#include "workarounds/key_only_repair.h"
+#include "workarounds/offered_deadline.h"
+#include "workarounds/reader_cache.h"
+#include "workarounds/writer_liveliness.h"
 
 namespace fdds = eprosima::fastdds::dds;
 using eprosima::fastrtps::Duration_t;

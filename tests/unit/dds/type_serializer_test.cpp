@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "dds/dynamic_data.h"
-#include "dds/typecode.h"
+#include "qordds/dynamic_data.h"
+#include "qordds/typecode.h"
 #include "tests/unit/dds/hex_bytes.h"
 
 namespace {

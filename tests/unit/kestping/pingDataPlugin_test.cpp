@@ -7,11 +7,11 @@
 
 #include <fastdds/rtps/common/SerializedPayload.h>
 
-#include "dds/src/types/topic_data_type_adapter.h"
 #include "kestping/pingData.h"
 #include "kestping/pingDataPlugin.h"
 #include "tests/unit/dds/hex_bytes.h"
 #include "tests/unit/support/test_io.h"
+#include "types/topic_data_type_adapter.h"
 
 namespace {
 
