@@ -25,39 +25,31 @@ struct KestKeyedPingData {
 typedef DDSSequence<KestPingData> KestPingDataSeq;
 typedef DDSSequence<KestKeyedPingData> KestKeyedPingDataSeq;
 
-// The type description, the same object on every call.
-const DDS_TypeCode* KestPingData_get_typecode();
-// Set every member to 0; false only for a missing sample (or missing params).
-bool KestPingData_initialize(KestPingData* sample);
-bool KestPingData_initialize_ex(KestPingData* sample, bool allocate_pointers, bool allocate_memory);
-bool KestPingData_initialize_w_params(KestPingData* sample,
-                                      const DDS_TypeAllocationParams_t* params);
-// Nothing to release; a missing sample is accepted.
-void KestPingData_finalize(KestPingData* sample);
-void KestPingData_finalize_ex(KestPingData* sample, bool delete_pointers);
-void KestPingData_finalize_w_params(KestPingData* sample,
-                                    const DDS_TypeDeallocationParams_t* params);
-bool KestPingData_finalize_w_return(KestPingData* sample);
-void KestPingData_finalize_optional_members(KestPingData* sample, bool delete_pointers);
-// Copies the members in order; false, with dst unchanged, when either is missing.
-bool KestPingData_copy(KestPingData* dst, const KestPingData* src);
-const DDS_SampleAccessInfo* KestPingData_get_sample_access_info();
-const DDSTypePlugin* KestPingData_get_type_plugin_info();
+// The sample functions of a ping type T, declared below for KestPingData and
+// KestKeyedPingData alike (so KestPingData_initialize, KestKeyedPingData_copy, ...):
+//   T_get_typecode               the type description, the same object on every call
+//   T_initialize[_ex|_w_params]  set every member to 0; false only for a missing sample (or
+//                                missing params)
+//   T_finalize[_ex|_w_params|_w_return|_optional_members]
+//                                nothing to release; a missing sample is accepted
+//   T_copy                       copies the members; false, with dst unchanged, when either
+//                                is missing
+//   T_get_sample_access_info, T_get_type_plugin_info
+#define KEST_PING_DATA_FUNCTIONS(T)                                                    \
+    const DDS_TypeCode* T##_get_typecode();                                            \
+    bool T##_initialize(T* sample);                                                    \
+    bool T##_initialize_ex(T* sample, bool allocate_pointers, bool allocate_memory);   \
+    bool T##_initialize_w_params(T* sample, const DDS_TypeAllocationParams_t* params); \
+    void T##_finalize(T* sample);                                                      \
+    void T##_finalize_ex(T* sample, bool delete_pointers);                             \
+    void T##_finalize_w_params(T* sample, const DDS_TypeDeallocationParams_t* params); \
+    bool T##_finalize_w_return(T* sample);                                             \
+    void T##_finalize_optional_members(T* sample, bool delete_pointers);               \
+    bool T##_copy(T* dst, const T* src);                                               \
+    const DDS_SampleAccessInfo* T##_get_sample_access_info();                          \
+    const DDSTypePlugin* T##_get_type_plugin_info();
 
-const DDS_TypeCode* KestKeyedPingData_get_typecode();
-bool KestKeyedPingData_initialize(KestKeyedPingData* sample);
-bool KestKeyedPingData_initialize_ex(KestKeyedPingData* sample, bool allocate_pointers,
-                                     bool allocate_memory);
-bool KestKeyedPingData_initialize_w_params(KestKeyedPingData* sample,
-                                           const DDS_TypeAllocationParams_t* params);
-void KestKeyedPingData_finalize(KestKeyedPingData* sample);
-void KestKeyedPingData_finalize_ex(KestKeyedPingData* sample, bool delete_pointers);
-void KestKeyedPingData_finalize_w_params(KestKeyedPingData* sample,
-                                         const DDS_TypeDeallocationParams_t* params);
-bool KestKeyedPingData_finalize_w_return(KestKeyedPingData* sample);
-void KestKeyedPingData_finalize_optional_members(KestKeyedPingData* sample, bool delete_pointers);
-bool KestKeyedPingData_copy(KestKeyedPingData* dst, const KestKeyedPingData* src);
-const DDS_SampleAccessInfo* KestKeyedPingData_get_sample_access_info();
-const DDSTypePlugin* KestKeyedPingData_get_type_plugin_info();
+KEST_PING_DATA_FUNCTIONS(KestPingData)
+KEST_PING_DATA_FUNCTIONS(KestKeyedPingData)
 
 #endif
