@@ -11,8 +11,8 @@
 bool KESTPING_INTERRUPTED = false;
 bool KESTPING_DISABLE_INPUT = false;
 
-KestPingAgent::KestPingAgent(const char* applicationName)
-    : KestAgent(applicationName, 0),
+KestPingAgent::KestPingAgent(const char* name)
+    : KestAgent(name, 0),
       operation(Publisher),
       operationLocked(false),
       reliable(false),

@@ -361,7 +361,8 @@ TEST(PingScenario, MulticastReceiveAddresses) {
         expectEnded(*subscribers[i]);
         Lines lines = body(subscribers[i]->output());
         const Lines& opening = cases[i].second;
-        EXPECT_EQ(Lines(lines.begin(), lines.begin() + std::min(lines.size(), opening.size())),
+        EXPECT_EQ(Lines(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(
+                                                           std::min(lines.size(), opening.size()))),
                   opening);
         EXPECT_GE(count(lines, ISSUED, true), 5u) << joined(lines);
     }
@@ -433,7 +434,7 @@ INSTANTIATE_TEST_SUITE_P(
         MatchCase{"Reliability", {"-reliable"}, {}, incompatible("11")},
         MatchCase{"Durability", {"-durability", "TRANSIENT_LOCAL"}, {}, incompatible("2")},
         MatchCase{"DeadlineShorterThanTheSendPeriod", {"-deadline", "0.1"}, {}, incompatible("4")}),
-    [](const ::testing::TestParamInfo<MatchCase>& info) { return std::string(info.param.name); });
+    [](const ::testing::TestParamInfo<MatchCase>& c) { return std::string(c.param.name); });
 
 // Every sample written arrives. On a loaded machine a writer may give up waiting for
 // acknowledgements; it reports the sample it gave up on, and the subscriber counts it missed.

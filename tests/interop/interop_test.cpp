@@ -95,6 +95,6 @@ INSTANTIATE_TEST_SUITE_P(
             {SAYS + "key 0 issue 0000000", SAYS + "key 1 issue 0000001", SAYS + "key 0 disposed",
              SAYS + "key 1 disposed", SAYS + "key 0 issue 0000004", SAYS + "key 1 issue 0000005",
              SAYS + "key 0 no writers", SAYS + "key 1 no writers"}}),
-    [](const ::testing::TestParamInfo<InteropCase>& info) { return std::string(info.param.name); });
+    [](const ::testing::TestParamInfo<InteropCase>& c) { return std::string(c.param.name); });
 
 }  // namespace

@@ -43,10 +43,10 @@ void defer_deletion(std::function<void()> deletion) {
     }
     auto run = [deletion]() {
         deletion();
-        Pending& all = pending();
-        std::lock_guard<std::mutex> lock(all.mutex);
-        --all.count;
-        all.done.notify_all();
+        Pending& waiting = pending();
+        std::lock_guard<std::mutex> lock(waiting.mutex);
+        --waiting.count;
+        waiting.done.notify_all();
     };
     try {
         std::thread(run).detach();

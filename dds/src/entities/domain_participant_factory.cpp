@@ -126,7 +126,7 @@ void fill_names(DDS_StringSeq& sequence, const std::vector<std::string>& names) 
     int32_t count = static_cast<int32_t>(names.size());
     sequence.ensure_length(count, count);
     for (int32_t i = 0; i < count; ++i) {
-        DDS_String_replace(&sequence[i], names[i].c_str());
+        DDS_String_replace(&sequence[i], names[static_cast<size_t>(i)].c_str());
     }
 }
 
@@ -201,7 +201,7 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(
                         "Fast DDS refused to create participants disabled");
             return nullptr;
         }
-        fast = fast_factory->create_participant(domain_id, fast_qos);
+        fast = fast_factory->create_participant(static_cast<fd::DomainId_t>(domain_id), fast_qos);
     } catch (const std::exception& error) {
         qordds::log(qordds::LogKind::Error, create_context, "Fast DDS failed: %s", error.what());
     }

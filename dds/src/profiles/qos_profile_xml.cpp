@@ -202,7 +202,7 @@ class Reader {
         int32_t count = static_cast<int32_t>(values.size());
         target.ensure_length(count, count);
         for (int32_t i = 0; i < count; ++i) {
-            DDS_String_replace(&target[i], values[i].c_str());
+            DDS_String_replace(&target[i], values[static_cast<size_t>(i)].c_str());
         }
     }
 
@@ -544,7 +544,7 @@ void read_multicast(Reader& reader, const XMLElement& element,
         int32_t count = static_cast<int32_t>(settings.size());
         policy.value.ensure_length(count, count);
         for (int32_t i = 0; i < count; ++i) {
-            policy.value[i] = settings[i];
+            policy.value[i] = settings[static_cast<size_t>(i)];
         }
         return true;
     });

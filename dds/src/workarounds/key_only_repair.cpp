@@ -29,6 +29,12 @@ const uint16_t kPidKeyHash = 0x0070;
 const size_t kHeaderSize = 20;
 const size_t kDataFixedPart = 20;  // extra flags, octets to inline QoS, ids, sequence number
 
+// The position `offset` bytes into a message.
+template <class Message>
+auto at(Message& message, size_t offset) -> decltype(message.begin()) {
+    return message.begin() + static_cast<std::ptrdiff_t>(offset);
+}
+
 uint16_t read16(const unsigned char* at, bool little) {
     return little ? static_cast<uint16_t>(at[0] | at[1] << 8)
                   : static_cast<uint16_t>(at[0] << 8 | at[1]);
@@ -72,8 +78,8 @@ std::vector<unsigned char> repaired_data(const std::vector<unsigned char>& m, si
             if (pid == kPidKeyHash || payload + 4 + length > end) {
                 return {};
             }
-            kept_parameters.insert(kept_parameters.end(), m.begin() + payload,
-                                   m.begin() + payload + 4 + length);
+            kept_parameters.insert(kept_parameters.end(), at(m, payload),
+                                   at(m, payload + 4 + length));
             payload += 4 + length;
         }
     }
@@ -91,10 +97,10 @@ std::vector<unsigned char> repaired_data(const std::vector<unsigned char>& m, si
     std::vector<unsigned char> out;
     out.push_back(kData);
     out.push_back(static_cast<uint8_t>((flags & kEndiannessFlag) | kInlineQosFlag));
-    append16(out, 0, little);  // octets to next header, set below
-    out.insert(out.end(), m.begin() + body, m.begin() + body + 2);  // extra flags
+    append16(out, 0, little);                             // octets to next header, set below
+    out.insert(out.end(), at(m, body), at(m, body + 2));  // extra flags
     append16(out, 16, little);
-    out.insert(out.end(), m.begin() + body + 4, m.begin() + body + kDataFixedPart);
+    out.insert(out.end(), at(m, body + 4), at(m, body + kDataFixedPart));
     out.insert(out.end(), kept_parameters.begin(), kept_parameters.end());
     append16(out, kPidKeyHash, little);
     append16(out, 16, little);
@@ -258,14 +264,14 @@ bool repair_key_only_data(std::vector<unsigned char>& message, const KeyHasher& 
             replacement = repaired_data(message, position, end, prefix, hasher);
         }
         if (replacement.empty()) {
-            out.insert(out.end(), message.begin() + position, message.begin() + end);
+            out.insert(out.end(), at(message, position), at(message, end));
         } else {
             out.insert(out.end(), replacement.begin(), replacement.end());
             changed = true;
         }
         position = end;
     }
-    out.insert(out.end(), message.begin() + position, message.end());
+    out.insert(out.end(), at(message, position), message.end());
     if (changed) {
         message.swap(out);
     }

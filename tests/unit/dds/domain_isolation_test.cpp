@@ -17,7 +17,7 @@ void set_names(DDS_StringSeq& seq, const Texts& names) {
     int32_t count = static_cast<int32_t>(names.size());
     seq.ensure_length(count, count);
     for (int32_t i = 0; i < count; ++i) {
-        DDS_String_replace(&seq[i], names[i].c_str());
+        DDS_String_replace(&seq[i], names[static_cast<size_t>(i)].c_str());
     }
 }
 

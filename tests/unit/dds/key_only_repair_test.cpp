@@ -97,7 +97,8 @@ TEST(KeyOnlyRepair, FollowsInfoSourceAndBigEndianSubmessages) {
     size_t at = 20 + info_src.size() + 12;
     EXPECT_EQ(message[at + 1], 0x02) << "Q flag, big-endian kept";
     EXPECT_EQ(message[at + 3], 0x34);
-    EXPECT_EQ(Bytes(message.begin() + at + 32, message.begin() + at + 40),
+    EXPECT_EQ(Bytes(message.begin() + static_cast<std::ptrdiff_t>(at + 32),
+                    message.begin() + static_cast<std::ptrdiff_t>(at + 40)),
               (Bytes{0x00, 0x70, 0x00, 0x10, 0, 0, 0, 7}));
     EXPECT_EQ(message.size(), at + 56);
 }
