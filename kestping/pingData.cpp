@@ -10,6 +10,8 @@ const char* const KestPingDataTYPENAME = "KestPingData";
 const char* const KestKeyedPingDataTYPENAME = "KestKeyedPingData";
 
 // The functions of pingData.h and pingDataPlugin.h for sample type T.
+// NOLINTBEGIN(bugprone-macro-parentheses): T is a type name pasted into function names;
+// it cannot be parenthesized.
 #define KEST_PING_DATA_DEFINE_FUNCTIONS(T, KEY_KIND)                                               \
     bool T##_initialize(T* sample) {                                                               \
         return kestping::initialize(sample);                                                       \
@@ -93,6 +95,7 @@ const char* const KestKeyedPingDataTYPENAME = "KestKeyedPingData";
     void T##Plugin_delete(DDSTypePlugin* plugin) {                                                 \
         delete plugin;                                                                             \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 KEST_PING_DATA_DEFINE_FUNCTIONS(KestPingData, DDS_TYPEPLUGIN_NO_KEY)
 KEST_PING_DATA_DEFINE_FUNCTIONS(KestKeyedPingData, DDS_TYPEPLUGIN_USER_KEY)

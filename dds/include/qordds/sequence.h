@@ -3,6 +3,7 @@
 #ifndef QOR_DDS_SEQUENCE_H
 #define QOR_DDS_SEQUENCE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <new>
 
@@ -93,7 +94,7 @@ class DDSSequence {
         }
         T* fresh = nullptr;
         if (new_max > 0) {
-            fresh = new (std::nothrow_t{}) T[new_max];
+            fresh = new (std::nothrow_t{}) T[static_cast<size_t>(new_max)];
             if (fresh == nullptr) {
                 return refuse("maximum", "out of memory");
             }

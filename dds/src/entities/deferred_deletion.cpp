@@ -5,6 +5,7 @@
 #include <exception>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include "entities/callback_gate.h"
 #include "log/log.h"
@@ -41,7 +42,7 @@ void defer_deletion(std::function<void()> deletion) {
         std::lock_guard<std::mutex> lock(all.mutex);
         ++all.count;
     }
-    auto run = [deletion]() {
+    auto run = [deletion = std::move(deletion)]() {
         deletion();
         Pending& waiting = pending();
         std::lock_guard<std::mutex> lock(waiting.mutex);

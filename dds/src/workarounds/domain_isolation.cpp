@@ -14,6 +14,7 @@ const size_t kFastTopicNameLimit = 255;
 
 std::vector<std::string> names_of(const DDS_StringSeq& names) {
     std::vector<std::string> result;
+    result.reserve(static_cast<size_t>(names.length()));
     for (int32_t i = 0; i < names.length(); ++i) {
         result.push_back(names[i] == nullptr ? "" : names[i]);
     }
@@ -61,7 +62,7 @@ std::vector<std::string> wire_partitions(const DDS_DomainParticipantQos& partici
     std::vector<std::string> result;
     for (const std::string& p : own) {
         for (const std::string& q : halves) {
-            add_once(result, p + kPartitionSeparator + q);
+            add_once(result, std::string(p).append(1, kPartitionSeparator).append(q));
         }
     }
     if (std::any_of(own.begin(), own.end(), matches_default_partition)) {

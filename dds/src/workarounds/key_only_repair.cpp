@@ -4,6 +4,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <utility>
 
 #include <fastdds/rtps/transport/ChainingTransport.h>
 #include <fastdds/rtps/transport/ChainingTransportDescriptor.h>
@@ -136,7 +137,7 @@ Guid guid_of(const DDS_InstanceHandle_t& writer) {
 
 struct KeyOnlyRepairDescriptor : public fr::ChainingTransportDescriptor {
     explicit KeyOnlyRepairDescriptor(std::shared_ptr<fr::TransportDescriptorInterface> low_level)
-        : fr::ChainingTransportDescriptor(low_level) {}
+        : fr::ChainingTransportDescriptor(std::move(low_level)) {}
     fr::TransportInterface* create_transport() const override;
 };
 

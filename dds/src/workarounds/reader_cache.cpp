@@ -303,6 +303,7 @@ void ReaderCache::collect(bool take, int32_t max_samples, DDS_SampleStateMask sa
     }
 
     std::vector<Key> touched;
+    touched.reserve(chosen.size());
     for (size_t index : chosen) {
         touched.push_back(samples_[index].key);
     }

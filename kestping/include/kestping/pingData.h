@@ -35,6 +35,8 @@ typedef DDSSequence<KestKeyedPingData> KestKeyedPingDataSeq;
 //   T_copy                       copies the members; false, with dst unchanged, when either
 //                                is missing
 //   T_get_sample_access_info, T_get_type_plugin_info
+// NOLINTBEGIN(bugprone-macro-parentheses): T is a type name pasted into function names;
+// it cannot be parenthesized.
 #define KEST_PING_DATA_FUNCTIONS(T)                                                    \
     const DDS_TypeCode* T##_get_typecode();                                            \
     bool T##_initialize(T* sample);                                                    \
@@ -48,6 +50,7 @@ typedef DDSSequence<KestKeyedPingData> KestKeyedPingDataSeq;
     bool T##_copy(T* dst, const T* src);                                               \
     const DDS_SampleAccessInfo* T##_get_sample_access_info();                          \
     const DDSTypePlugin* T##_get_type_plugin_info();
+// NOLINTEND(bugprone-macro-parentheses)
 
 KEST_PING_DATA_FUNCTIONS(KestPingData)
 KEST_PING_DATA_FUNCTIONS(KestKeyedPingData)

@@ -33,6 +33,8 @@ const unsigned int KEST_PING_SERIALIZED_SIZE_OVERFLOW = 2147482623u;  // 0x7FFFF
 //       the sample as text in the given format (see DDSDynamicData::to_string)
 //   TPlugin_new, TPlugin_delete
 //       the plugin record that a participant registers under a type name; none on failure
+// NOLINTBEGIN(bugprone-macro-parentheses): T is a type name pasted into function names;
+// it cannot be parenthesized.
 #define KEST_PING_DATA_PLUGIN_FUNCTIONS(T)                                                         \
     T* T##PluginSupport_create_data();                                                             \
     T* T##PluginSupport_create_data_ex(bool allocate_pointers);                                    \
@@ -59,6 +61,7 @@ const unsigned int KEST_PING_SERIALIZED_SIZE_OVERFLOW = 2147482623u;  // 0x7FFFF
                                               const DDS_PrintFormatProperty* format);              \
     DDSTypePlugin* T##Plugin_new();                                                                \
     void T##Plugin_delete(DDSTypePlugin* plugin);
+// NOLINTEND(bugprone-macro-parentheses)
 
 KEST_PING_DATA_PLUGIN_FUNCTIONS(KestPingData)
 KEST_PING_DATA_PLUGIN_FUNCTIONS(KestKeyedPingData)
