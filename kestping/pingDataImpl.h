@@ -1,7 +1,7 @@
-// The one implementation of both ping types, written over the sample type T. Every function
-// here goes straight to the middleware's generic serializer (DDS_TypeCode_*) or to the
-// untyped endpoint; the named entry points (pingData.cpp) only pick T. Included only by the
-// type layer's own sources.
+// The one implementation of both ping types' samples and plugin, written over the sample type
+// T: the serialized form goes straight to the middleware's generic serializer (DDS_TypeCode_*),
+// the named entry points (pingData.cpp) only pick T, and the typed layer (pingDataSupport.cpp)
+// builds on it. Included only by the type layer's own sources.
 #ifndef QOR_KESTPING_PING_DATA_IMPL_H
 #define QOR_KESTPING_PING_DATA_IMPL_H
 
