@@ -39,11 +39,14 @@ class DDSPublisher {
     DDS_ReturnCode_t delete_datawriter(DDSDataWriter* writer);
 
     class Impl;  // binding-internal
-    explicit DDSPublisher(Impl* impl) : impl_(impl) {}
     ~DDSPublisher();
-    Impl* impl() const { return impl_; }
 
   private:
+    // Only the participant that contains it creates it and reaches its state.
+    friend class DDSDomainParticipant;
+    explicit DDSPublisher(Impl* impl) : impl_(impl) {}
+    Impl* impl() const { return impl_; }
+
     DDSPublisher(const DDSPublisher&) = delete;
     DDSPublisher& operator=(const DDSPublisher&) = delete;
     Impl* impl_;

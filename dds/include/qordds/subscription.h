@@ -64,11 +64,14 @@ class DDSSubscriber {
     DDS_ReturnCode_t delete_datareader(DDSDataReader* reader);
 
     class Impl;  // binding-internal
-    explicit DDSSubscriber(Impl* impl) : impl_(impl) {}
     ~DDSSubscriber();
-    Impl* impl() const { return impl_; }
 
   private:
+    // Only the participant that contains it creates it and reaches its state.
+    friend class DDSDomainParticipant;
+    explicit DDSSubscriber(Impl* impl) : impl_(impl) {}
+    Impl* impl() const { return impl_; }
+
     DDSSubscriber(const DDSSubscriber&) = delete;
     DDSSubscriber& operator=(const DDSSubscriber&) = delete;
     Impl* impl_;

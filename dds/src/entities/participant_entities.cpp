@@ -41,17 +41,17 @@ void set_partitions(FastQos& fast_qos, const DDS_DomainParticipantQos& participa
     }
 }
 
-DDS_ReturnCode_t destroy_publisher(DDSDomainParticipant::Impl& participant,
-                                   DDSPublisher* publisher) {
+DDS_ReturnCode_t destroy_publisher(DDSDomainParticipant::Impl& participant, DDSPublisher* publisher,
+                                   DDSPublisher::Impl& state) {
     DDS_ReturnCode_t result = DDS_RETCODE_OK;
-    for (qordds::UntypedDataWriter* writer : publisher->impl()->writers) {
+    for (qordds::UntypedDataWriter* writer : state.writers) {
         DDS_ReturnCode_t deleted = qordds::destroy_writer(writer);
         result = result == DDS_RETCODE_OK ? deleted : result;
     }
-    publisher->impl()->writers.clear();
+    state.writers.clear();
     qordds::finish_deferred_deletions("DDSDomainParticipant::delete_publisher");
     DDS_ReturnCode_t deleted = fast_call("DDSDomainParticipant::delete_publisher", [&] {
-        return participant.fast->delete_publisher(publisher->impl()->fast);
+        return participant.fast->delete_publisher(state.fast);
     });
     if (deleted != DDS_RETCODE_OK) {
         return deleted;
@@ -62,16 +62,16 @@ DDS_ReturnCode_t destroy_publisher(DDSDomainParticipant::Impl& participant,
 }
 
 DDS_ReturnCode_t destroy_subscriber(DDSDomainParticipant::Impl& participant,
-                                    DDSSubscriber* subscriber) {
+                                    DDSSubscriber* subscriber, DDSSubscriber::Impl& state) {
     DDS_ReturnCode_t result = DDS_RETCODE_OK;
-    for (qordds::UntypedDataReader* reader : subscriber->impl()->readers) {
+    for (qordds::UntypedDataReader* reader : state.readers) {
         DDS_ReturnCode_t deleted = qordds::destroy_reader(reader);
         result = result == DDS_RETCODE_OK ? deleted : result;
     }
-    subscriber->impl()->readers.clear();
+    state.readers.clear();
     qordds::finish_deferred_deletions("DDSDomainParticipant::delete_subscriber");
     DDS_ReturnCode_t deleted = fast_call("DDSDomainParticipant::delete_subscriber", [&] {
-        return participant.fast->delete_subscriber(subscriber->impl()->fast);
+        return participant.fast->delete_subscriber(state.fast);
     });
     if (deleted != DDS_RETCODE_OK) {
         return deleted;
@@ -244,7 +244,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_publisher(DDSPublisher* publisher)
                     publisher->impl()->writers.size());
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    return destroy_publisher(*impl_, publisher);
+    return destroy_publisher(*impl_, publisher, *publisher->impl());
 }
 
 DDSSubscriber* DDSDomainParticipant::create_subscriber(const DDS_SubscriberQos& qos,
@@ -292,7 +292,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_subscriber(DDSSubscriber* subscrib
                     subscriber->impl()->readers.size());
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    return destroy_subscriber(*impl_, subscriber);
+    return destroy_subscriber(*impl_, subscriber, *subscriber->impl());
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
@@ -316,7 +316,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
     };
     while (!impl_->entities.publishers.empty()) {
         DDSPublisher* publisher = impl_->entities.publishers.back();
-        DDS_ReturnCode_t code = destroy_publisher(*impl_, publisher);
+        DDS_ReturnCode_t code = destroy_publisher(*impl_, publisher, *publisher->impl());
         keep_first_error(code);
         if (code != DDS_RETCODE_OK && qordds::contains(impl_->entities.publishers, publisher)) {
             return result;
@@ -324,7 +324,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
     }
     while (!impl_->entities.subscribers.empty()) {
         DDSSubscriber* subscriber = impl_->entities.subscribers.back();
-        DDS_ReturnCode_t code = destroy_subscriber(*impl_, subscriber);
+        DDS_ReturnCode_t code = destroy_subscriber(*impl_, subscriber, *subscriber->impl());
         keep_first_error(code);
         if (code != DDS_RETCODE_OK && qordds::contains(impl_->entities.subscribers, subscriber)) {
             return result;
