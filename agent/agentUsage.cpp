@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "agent/kestAgent.h"
-#include "dds/version.h"
+#include "qordds/version.h"
 
 void KestAgent::printHeader() {
     DDS_ProductVersion_t version = DDS_get_product_version();

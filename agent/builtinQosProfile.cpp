@@ -1,4 +1,4 @@
-#include "agent/builtinQosProfile.h"
+#include "builtinQosProfile.h"
 
 const char* const KEST_BUILTIN_QOS_LIBRARY = "InternalPingLibrary";
 const char* const KEST_BUILTIN_QOS_PROFILE = "InternalPingProfile";

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "agent/kestAgent.h"
-#include "dds/string.h"
+#include "qordds/string.h"
 
 namespace {
 
@@ -65,6 +65,9 @@ static int appendToList(MatchedOption& matched, char** list, int* count, int lim
     return KestAgent::PARSE_CONSUMED;
 }
 
+// The option table is data, one entry per option in the order of the usage page, not a
+// procedure to split.
+// NOLINTNEXTLINE(readability-function-size)
 int KestAgent::parseArgument(int* index, char** argv, int argc) {
     typedef int (*Apply)(KestAgent & agent, MatchedOption & matched);
     struct Option {

@@ -3,15 +3,15 @@
 #include <cstring>
 
 #include "agent/kestAgent.h"
-#include "dds/string.h"
+#include "qordds/string.h"
 
 int theVerbosity = 1;
 const char* ProductVersion = "$Id$";
 
-KestAgent::KestAgent(const char* applicationName, int domainId)
+KestAgent::KestAgent(const char* name, int domain)
     : verbosity(1),
       logFormat(13330),
-      domainId(domainId),
+      domainId(domain),
       domainTag(nullptr),
       participantIndex(-1),
       appId(0),
@@ -30,8 +30,8 @@ KestAgent::KestAgent(const char* applicationName, int domainId)
       qosProfileName(nullptr),
       participant(nullptr),
       retcode(DDS_RETCODE_OK) {
-    std::strncpy(this->applicationName, applicationName, sizeof this->applicationName - 1);
-    this->applicationName[sizeof this->applicationName - 1] = '\0';
+    std::strncpy(applicationName, name, sizeof applicationName - 1);
+    applicationName[sizeof applicationName - 1] = '\0';
     // Entries past the counts are never read.
     participantPartitions[0] = nullptr;
     peers[0] = nullptr;

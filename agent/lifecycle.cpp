@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "agent/kestAgent.h"
-#include "dds/logger.h"
+#include "qordds/logger.h"
 
 int QORUtil_getKestVerbosityFromUtilVerbosity(int level) {
     // Cumulative: each tool level lets one more kind of middleware entry through, from

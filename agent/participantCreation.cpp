@@ -1,9 +1,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "agent/builtinQosProfile.h"
 #include "agent/kestAgent.h"
-#include "dds/transport.h"
+#include "builtinQosProfile.h"
+#include "qordds/transport.h"
 
 namespace {
 
@@ -121,6 +121,9 @@ bool KestAgent::removeMonitoringProperties(DDS_PropertyQosPolicy& policy) {
     return true;
 }
 
+// The steps of creating the participant, each with the message the tool prints when it fails,
+// in the order they run: long, and to be split by step.
+// NOLINTNEXTLINE(readability-function-size)
 bool KestAgent::createDomainParticipant() {
     if (participant != nullptr) {
         return true;

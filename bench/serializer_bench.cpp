@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "dds/typecode.h"
 #include "kestping/pingData.h"
+#include "qordds/typecode.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ void measure(const char* name, long iterations, Operation operation) {
     }
     std::chrono::duration<double, std::nano> elapsed = std::chrono::steady_clock::now() - start;
     std::printf("%-28s %8.1f ns/op  (%ld iterations, %ld failures)\n", name,
-                elapsed.count() / iterations, iterations, failures);
+                elapsed.count() / static_cast<double>(iterations), iterations, failures);
 }
 
 }  // namespace

@@ -2,17 +2,17 @@
 // ping entities before the frame releases the participant.
 #include <cstdio>
 
-#include "dds/string.h"
-#include "dds/utility.h"
-#include "kestping/kestPingAgent.h"
-#include "kestping/pingDataListener.h"
-#include "kestping/pingDataWriterListener.h"
+#include "kestPingAgent.h"
+#include "pingDataListener.h"
+#include "pingDataWriterListener.h"
+#include "qordds/string.h"
+#include "qordds/utility.h"
 
 std::atomic<bool> KESTPING_INTERRUPTED(false);
 bool KESTPING_DISABLE_INPUT = false;
 
-KestPingAgent::KestPingAgent(const char* applicationName)
-    : KestAgent(applicationName, 0),
+KestPingAgent::KestPingAgent(const char* name)
+    : KestAgent(name, 0),
       operation(Publisher),
       operationLocked(false),
       reliable(false),

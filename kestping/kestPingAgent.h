@@ -6,9 +6,9 @@
 #include <atomic>
 
 #include "agent/kestAgent.h"
-#include "dds/publication.h"
-#include "dds/subscription.h"
-#include "dds/topic.h"
+#include "qordds/publication.h"
+#include "qordds/subscription.h"
+#include "qordds/topic.h"
 
 struct KestPingData;
 struct KestKeyedPingData;

@@ -1,7 +1,7 @@
 // qorddsping: checks DDS connectivity by publishing numbered ping samples or subscribing to
 // them and reporting what arrives.
-#include "kestping/kestPingAgent.h"
-#include "kestping/stopSignals.h"
+#include "kestPingAgent.h"
+#include "stopSignals.h"
 
 int main(int argc, char** argv) {
     // Before the middleware starts any thread.

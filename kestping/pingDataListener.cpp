@@ -1,19 +1,19 @@
-#include "kestping/pingDataListener.h"
+#include "pingDataListener.h"
 
 #include <cstdio>
 
 #include "agent/kestAgent.h"
-#include "dds/subscription.h"
 #include "kestping/pingDataSupport.h"
+#include "qordds/subscription.h"
 
-KestPingDataListener::KestPingDataListener(bool keyed, bool timeFilterActive)
+KestPingDataListener::KestPingDataListener(bool keyedSamples, bool filtered)
     : expectedNumber(0),
       received(false),
       sampleCount(0),
       missedTotal(0),
-      timeFilterActive(timeFilterActive),
+      timeFilterActive(filtered),
       multiplePublishers(false),
-      keyed(keyed) {}
+      keyed(keyedSamples) {}
 
 KestPingDataListener::~KestPingDataListener() {}
 

@@ -7,8 +7,8 @@
 #include <atomic>
 #include <cstdint>
 
-#include "dds/listener.h"
-#include "dds/subscription.h"
+#include "qordds/listener.h"
+#include "qordds/subscription.h"
 
 class KestPingDataListener : public DDSDataReaderListener {
   public:

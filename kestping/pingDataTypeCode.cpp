@@ -1,71 +1,13 @@
-// The type descriptions, member-access tables and plugin records of the ping types. A
-// description carries its plugin record and the record its description, so they are defined
-// together here, as constants that exist before any code runs.
+// The type descriptions, member-access tables and plugin records of the ping types: what tells
+// the two apart, as data. A description carries its plugin record and the record its
+// description, so they are defined together here, as constants that exist before any code
+// runs; the record's functions are the one implementation of pingDataImpl.h.
 #include <cstddef>
 
 #include "kestping/pingData.h"
-#include "kestping/pingDataPlugin.h"
+#include "pingDataImpl.h"
 
 namespace {
-
-// The record's functions see samples as untyped pointers; each forwards to the type's plugin.
-namespace plain {
-
-void* create_sample() {
-    return KestPingDataPluginSupport_create_data();
-}
-void destroy_sample(void* sample) {
-    KestPingDataPluginSupport_destroy_data(static_cast<KestPingData*>(sample));
-}
-bool copy_sample(void* target, const void* source) {
-    return KestPingDataPlugin_copy_sample(static_cast<KestPingData*>(target),
-                                          static_cast<const KestPingData*>(source));
-}
-bool serialize(char* buffer, unsigned int* length, const void* sample,
-               DDS_DataRepresentationId_t representation) {
-    return KestPingDataPlugin_serialize_to_cdr_buffer_ex(
-        buffer, length, static_cast<const KestPingData*>(sample), representation);
-}
-bool deserialize(void* sample, const char* buffer, unsigned int length) {
-    return KestPingDataPlugin_deserialize_from_cdr_buffer(static_cast<KestPingData*>(sample),
-                                                          buffer, length);
-}
-unsigned int sample_max_size(DDS_DataRepresentationId_t representation) {
-    return KestPingDataPlugin_get_serialized_sample_max_size(true, representation);
-}
-
-}  // namespace plain
-
-namespace keyed {
-
-void* create_sample() {
-    return KestKeyedPingDataPluginSupport_create_data();
-}
-void destroy_sample(void* sample) {
-    KestKeyedPingDataPluginSupport_destroy_data(static_cast<KestKeyedPingData*>(sample));
-}
-bool copy_sample(void* target, const void* source) {
-    return KestKeyedPingDataPlugin_copy_sample(static_cast<KestKeyedPingData*>(target),
-                                               static_cast<const KestKeyedPingData*>(source));
-}
-bool serialize(char* buffer, unsigned int* length, const void* sample,
-               DDS_DataRepresentationId_t representation) {
-    return KestKeyedPingDataPlugin_serialize_to_cdr_buffer_ex(
-        buffer, length, static_cast<const KestKeyedPingData*>(sample), representation);
-}
-bool deserialize(void* sample, const char* buffer, unsigned int length) {
-    return KestKeyedPingDataPlugin_deserialize_from_cdr_buffer(
-        static_cast<KestKeyedPingData*>(sample), buffer, length);
-}
-unsigned int sample_max_size(DDS_DataRepresentationId_t representation) {
-    return KestKeyedPingDataPlugin_get_serialized_sample_max_size(true, representation);
-}
-bool instance_to_keyhash(DDS_KeyHash_t* hash, const void* sample) {
-    return KestKeyedPingDataPlugin_instance_to_keyhash(
-        hash, static_cast<const KestKeyedPingData*>(sample));
-}
-
-}  // namespace keyed
 
 const int32_t kInt32Default = 0;
 
@@ -85,20 +27,8 @@ const DDS_TypeCode ping_type_code = {
     &ping_access_info,  // access_info
     &ping_plugin_info,  // plugin_info
 };
-const DDSTypePlugin ping_plugin_info = {
-    "KestPingData",          // type_name
-    DDS_TYPEPLUGIN_NO_KEY,   // key_kind
-    &ping_type_code,         // type_code
-    nullptr,                 // type_support
-    plain::create_sample,    // create_sample
-    plain::destroy_sample,   // destroy_sample
-    plain::copy_sample,      // copy_sample
-    plain::serialize,        // serialize
-    plain::deserialize,      // deserialize
-    plain::sample_max_size,  // get_serialized_sample_max_size
-    nullptr,                 // instance_to_keyhash
-    nullptr,                 // serialized_key_to_keyhash
-};
+const DDSTypePlugin ping_plugin_info =
+    kestping::plugin_record<KestPingData>("KestPingData", DDS_TYPEPLUGIN_NO_KEY, &ping_type_code);
 
 const DDS_TypeCodeMember keyed_ping_members[] = {
     {"key", DDS_TK_LONG, 0, true, kInt32Default},
@@ -115,20 +45,8 @@ const DDS_TypeCode keyed_ping_type_code = {
     &keyed_ping_access_info,  // access_info
     &keyed_ping_plugin_info,  // plugin_info
 };
-const DDSTypePlugin keyed_ping_plugin_info = {
-    "KestKeyedPingData",                                   // type_name
-    DDS_TYPEPLUGIN_USER_KEY,                               // key_kind
-    &keyed_ping_type_code,                                 // type_code
-    nullptr,                                               // type_support
-    keyed::create_sample,                                  // create_sample
-    keyed::destroy_sample,                                 // destroy_sample
-    keyed::copy_sample,                                    // copy_sample
-    keyed::serialize,                                      // serialize
-    keyed::deserialize,                                    // deserialize
-    keyed::sample_max_size,                                // get_serialized_sample_max_size
-    keyed::instance_to_keyhash,                            // instance_to_keyhash
-    KestKeyedPingDataPlugin_serialized_sample_to_keyhash,  // serialized_key_to_keyhash
-};
+const DDSTypePlugin keyed_ping_plugin_info = kestping::plugin_record<KestKeyedPingData>(
+    "KestKeyedPingData", DDS_TYPEPLUGIN_USER_KEY, &keyed_ping_type_code);
 
 }  // namespace
 

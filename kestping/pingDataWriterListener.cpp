@@ -1,4 +1,4 @@
-#include "kestping/pingDataWriterListener.h"
+#include "pingDataWriterListener.h"
 
 #include <cstdio>
 

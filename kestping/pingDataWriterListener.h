@@ -3,7 +3,7 @@
 #ifndef QOR_KESTPING_PING_DATA_WRITER_LISTENER_H
 #define QOR_KESTPING_PING_DATA_WRITER_LISTENER_H
 
-#include "dds/listener.h"
+#include "qordds/listener.h"
 
 class KESTPingDataWriterListener : public DDSDataWriterListener {
   public:

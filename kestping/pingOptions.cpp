@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "dds/string.h"
-#include "kestping/kestPingAgent.h"
+#include "kestPingAgent.h"
+#include "qordds/string.h"
 
 namespace {
 
@@ -24,6 +24,9 @@ bool convertSeconds(const char* text, float* seconds) {
 
 }  // namespace
 
+// The option table is data, one entry per option in the order of the usage page, not a
+// procedure to split.
+// NOLINTNEXTLINE(readability-function-size)
 int KestPingAgent::parseArgument(int* index, char** argv, int argc) {
     // Generic options come first, so an abbreviation that fits both is a generic option.
     int result = KestAgent::parseArgument(index, argv, argc);

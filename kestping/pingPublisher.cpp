@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <new>
 
-#include "kestping/kestPingAgent.h"
+#include "kestPingAgent.h"
 #include "kestping/pingDataSupport.h"
-#include "kestping/pingDataWriterListener.h"
-#include "kestping/stopSignals.h"
+#include "pingDataWriterListener.h"
+#include "stopSignals.h"
 
 namespace {
 

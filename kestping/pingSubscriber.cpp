@@ -4,10 +4,10 @@
 #include <cstring>
 #include <new>
 
-#include "dds/transport_address.h"
-#include "kestping/kestPingAgent.h"
-#include "kestping/pingDataListener.h"
-#include "kestping/stopSignals.h"
+#include "kestPingAgent.h"
+#include "pingDataListener.h"
+#include "qordds/transport_address.h"
+#include "stopSignals.h"
 
 namespace {
 

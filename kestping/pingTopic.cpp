@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "kestping/kestPingAgent.h"
+#include "kestPingAgent.h"
 #include "kestping/pingDataSupport.h"
 
 // Creates the participant, registers the sample type under `typeName` and creates the topic

@@ -1,4 +1,4 @@
-#include "kestping/stopSignals.h"
+#include "stopSignals.h"
 
 #include <pthread.h>
 #include <signal.h>
@@ -9,7 +9,7 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "kestping/kestPingAgent.h"
+#include "kestPingAgent.h"
 
 namespace {
 

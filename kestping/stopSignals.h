@@ -4,7 +4,7 @@
 #ifndef QOR_KESTPING_STOP_SIGNALS_H
 #define QOR_KESTPING_STOP_SIGNALS_H
 
-#include "dds/types.h"
+#include "qordds/types.h"
 
 // Call first in main, before any thread exists: SIGINT and SIGTERM are blocked in this thread
 // and so in every thread started later, and a thread of its own waits for them. A signal that

@@ -176,7 +176,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Transport{"Default", {}}, Transport{"UDPv4", {"-transport", "1"}},
                     Transport{"SharedMemory", {"-transport", "2"}},
                     Transport{"UDPv6Peer", {"-transport", "8", "-peer", "::1"}}),
-    [](const testing::TestParamInfo<Transport>& info) { return std::string(info.param.name); });
+    [](const testing::TestParamInfo<Transport>& instance) {
+        return std::string(instance.param.name);
+    });
 
 // Both cores kept busy by this test's own loops while the pairings run.
 TEST(PairingsUnderLoad, EveryPairingMatchesAndDeliversFromIssueZero) {

@@ -188,49 +188,73 @@ std::pair<Lines, Lines> runPair(const Lines& subscriberArguments, const Lines& p
     return {body(subscriber->output()), body(publisher->output())};
 }
 
-// Exact outputs of both sides, issue 0 included and the subscriber's timeout last: over the
-// default transports and each built-in one alone, and keyed.
-TEST(PingScenario, OnePublisherComesSendsAndGoes) {
-    struct Case {
-        Lines common, subscriber, publisher, sent, received;
-    };
-    const Lines durable = {"-durability", "TRANSIENT_LOCAL", "-queueSize"};
-    std::vector<Case> cases;
-    for (const Lines& transport :
-         std::vector<Lines>{{},
-                            {"-reliable", "-transport", "1"},
-                            {"-reliable", "-transport", "2"},
-                            {"-reliable", "-transport", "8", "-peer", "::1"}}) {
-        cases.push_back({concat(concat(durable, {"5"}), transport),
-                         {},
-                         {"-numSamples", "5", "-sendPeriod", "0.2"},
-                         numbered(SENT, 0, 4),
-                         numbered(ISSUE, 0, 4)});
-    }
-    // A disposal resets the expectation to 1, so issue 4 counts 3 missed out of 5 infos.
-    cases.push_back({concat(durable, {"8", "-reliable"}),
-                     {"-useKeys", "1"},
-                     {"-useKeys", "2", "-numSamples", "8", "-sendPeriod", "0.2"},
-                     {"Sending data...   key: 0000000 value: 0000000",
-                      "Sending data...   key: 0000001 value: 0000001",
-                      "Sending data...   key: 0000000 value: dispose",
-                      "Sending data...   key: 0000001 value: dispose",
-                      "Sending data...   key: 0000000 value: 0000004",
-                      "Sending data...   key: 0000001 value: 0000005",
-                      "Sending data...   key: 0000000 value: unregister",
-                      "Sending data...   key: 0000001 value: unregister"},
-                     {issueLine(0), issueLine(1), "qorddsping, instance disposed key: 00000000",
-                      "qorddsping, instance disposed key: 00000001", issueLine(4),
-                      "Detected Missed Sample(s) current: 3 cumulative: 3  (37.50)%", issueLine(5),
-                      NO_WRITERS, NO_WRITERS}});
-    for (const Case& c : cases) {
-        SCOPED_TRACE(joined(concat(c.common, c.publisher)));
-        auto outputs = runPair(concat(c.common, c.subscriber), concat(c.common, c.publisher));
-        expectInterleaving(outputs.second, {c.sent, SUBSCRIBER_FOUND});
-        expectInterleaving(outputs.first, onePublisher(3, c.received));
-        EXPECT_EQ(outputs.first.empty() ? "" : outputs.first.back(), timeoutLine(3));
-    }
+// One publisher and one subscriber on a fresh host: the arguments of both, what each adds, the
+// publisher's send lines and the subscriber's data lines.
+struct OnePublisherCase {
+    const char* name;
+    Lines common, subscriber, publisher, sent, received;
+};
+
+const Lines DURABLE = {"-durability", "TRANSIENT_LOCAL", "-queueSize"};
+
+OnePublisherCase plainOverTransport(const char* name, const Lines& transport) {
+    return {name,
+            concat(concat(DURABLE, {"5"}), transport),
+            {},
+            {"-numSamples", "5", "-sendPeriod", "0.2"},
+            numbered(SENT, 0, 4),
+            numbered(ISSUE, 0, 4)};
 }
+
+// A disposal resets the expectation to 1, so issue 4 counts 3 missed out of 5 infos.
+OnePublisherCase keyed() {
+    return {"Keyed",
+            concat(DURABLE, {"8", "-reliable"}),
+            {"-useKeys", "1"},
+            {"-useKeys", "2", "-numSamples", "8", "-sendPeriod", "0.2"},
+            {"Sending data...   key: 0000000 value: 0000000",
+             "Sending data...   key: 0000001 value: 0000001",
+             "Sending data...   key: 0000000 value: dispose",
+             "Sending data...   key: 0000001 value: dispose",
+             "Sending data...   key: 0000000 value: 0000004",
+             "Sending data...   key: 0000001 value: 0000005",
+             "Sending data...   key: 0000000 value: unregister",
+             "Sending data...   key: 0000001 value: unregister"},
+            {issueLine(0), issueLine(1), "qorddsping, instance disposed key: 00000000",
+             "qorddsping, instance disposed key: 00000001", issueLine(4),
+             "Detected Missed Sample(s) current: 3 cumulative: 3  (37.50)%", issueLine(5),
+             NO_WRITERS, NO_WRITERS}};
+}
+
+void PrintTo(const OnePublisherCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class OnePublisher : public ::testing::TestWithParam<OnePublisherCase> {};
+
+// Exact outputs of both sides, issue 0 included and the subscriber's timeout last.
+TEST_P(OnePublisher, ComesSendsAndGoes) {
+    const OnePublisherCase& c = GetParam();
+    auto outputs = runPair(concat(c.common, c.subscriber), concat(c.common, c.publisher));
+    expectInterleaving(outputs.second, {c.sent, SUBSCRIBER_FOUND});
+    expectInterleaving(outputs.first, onePublisher(3, c.received));
+    EXPECT_EQ(outputs.first.empty() ? "" : outputs.first.back(), timeoutLine(3));
+}
+
+std::string caseName(const ::testing::TestParamInfo<OnePublisherCase>& info) {
+    return info.param.name;
+}
+
+// Over the default transports and each built-in one alone.
+INSTANTIATE_TEST_SUITE_P(
+    PingScenarioTransports, OnePublisher,
+    ::testing::Values(plainOverTransport("DefaultTransports", {}),
+                      plainOverTransport("UDPv4", {"-reliable", "-transport", "1"}),
+                      plainOverTransport("SharedMemory", {"-reliable", "-transport", "2"}),
+                      plainOverTransport("UDPv6",
+                                         {"-reliable", "-transport", "8", "-peer", "::1"})),
+    caseName);
+INSTANTIATE_TEST_SUITE_P(PingScenarioKeyed, OnePublisher, ::testing::Values(keyed()), caseName);
 
 // Subscribers joining late: one counts the issues it missed, one with a time filter is let
 // fewer issues through and prints no statistic.
@@ -337,7 +361,8 @@ TEST(PingScenario, MulticastReceiveAddresses) {
         expectEnded(*subscribers[i]);
         Lines lines = body(subscribers[i]->output());
         const Lines& opening = cases[i].second;
-        EXPECT_EQ(Lines(lines.begin(), lines.begin() + std::min(lines.size(), opening.size())),
+        EXPECT_EQ(Lines(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(
+                                                           std::min(lines.size(), opening.size()))),
                   opening);
         EXPECT_GE(count(lines, ISSUED, true), 5u) << joined(lines);
     }
@@ -358,46 +383,58 @@ TEST(PingScenario, MulticastReceiveAddresses) {
     EXPECT_GE(writes, 3u) << capture->output() << capture->errors();
 }
 
+// A subscriber and a publisher that differ in one setting, and what the subscriber prints
+// besides listening and its timeout when they do not match.
+struct MatchCase {
+    const char* name;
+    Lines subscriber, publisher, why;
+};
+
+const Lines MATCH = {"(matches)"};
+const Lines PARTITIONS_AB = {"-participantPartition", "A", "-participantPartition", "B"};
+
+Lines incompatible(const char* policies) {
+    return Lines{"DataListener::on_requested_incompatible_qos !!!!",
+                 std::string("Incompatible policies: [ ") + policies + ", ];"};
+}
+
+void PrintTo(const MatchCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class CompatibleEndpoints : public ::testing::TestWithParam<MatchCase> {};
+
 // Where they cannot match, the subscriber prints only why (an incompatible QoS, or nothing) and
 // the publisher only its pings.
-TEST(PingScenario, OnlyCompatibleEndpointsOfEqualTopicTypeDomainTagAndPartitionsMatch) {
-    const Lines MATCH = {"(matches)"},
-                partitionsAB = {"-participantPartition", "A", "-participantPartition", "B"};
-    auto incompatible = [](const char* policies) {
-        return Lines{"DataListener::on_requested_incompatible_qos !!!!",
-                     std::string("Incompatible policies: [ ") + policies + ", ];"};
-    };
-    // What the subscriber prints besides listening and its timeout when they do not match.
-    const struct {
-        const char* name;
-        Lines subscriber, publisher, why;
-    } cases[] = {
-        {"topic names", {"-topicName", "A"}, {"-topicName", "B"}, {}},
-        {"equal topic names", {"-topicName", "A"}, {"-topicName", "A"}, MATCH},
-        {"type names", {"-typeName", "A"}, {"-typeName", "B"}, {}},
-        {"equal type names", {"-typeName", "A"}, {"-typeName", "A"}, MATCH},
-        {"domains", {"-domainId", "1"}, {"-domainId", "2"}, {}},
-        {"equal domains", {"-domainId", "3"}, {"-domainId", "3"}, MATCH},
-        {"domain tags", {"-domainTag", "red"}, {"-domainTag", "blue"}, {}},
-        {"equal domain tags", {"-domainTag", "red"}, {"-domainTag", "red"}, MATCH},
-        {"disjoint partitions", partitionsAB, {"-participantPartition", "C"}, {}},
-        {"equal partitions", partitionsAB, partitionsAB, MATCH},
-        {"reliability", {"-reliable"}, {}, incompatible("11")},
-        {"durability", {"-durability", "TRANSIENT_LOCAL"}, {}, incompatible("2")},
-        {"deadline shorter than the send period", {"-deadline", "0.1"}, {}, incompatible("4")},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        auto outputs =
-            runPair(c.subscriber, concat({"-numSamples", "10", "-sendPeriod", "0.2"}, c.publisher));
-        if (c.why == MATCH) {
-            EXPECT_GE(count(outputs.first, ISSUED, true), 5u) << joined(outputs.first);
-        } else {
-            expectInterleaving(outputs.first, {{LISTENING, timeoutLine(3)}, c.why});
-            expectInterleaving(outputs.second, {numbered(SENT, 0, 9)});
-        }
+TEST_P(CompatibleEndpoints, OnlyEqualTopicTypeDomainTagAndPartitionsMatch) {
+    const MatchCase& c = GetParam();
+    auto outputs =
+        runPair(c.subscriber, concat({"-numSamples", "10", "-sendPeriod", "0.2"}, c.publisher));
+    if (c.why == MATCH) {
+        EXPECT_GE(count(outputs.first, ISSUED, true), 5u) << joined(outputs.first);
+    } else {
+        expectInterleaving(outputs.first, {{LISTENING, timeoutLine(3)}, c.why});
+        expectInterleaving(outputs.second, {numbered(SENT, 0, 9)});
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    PingScenario, CompatibleEndpoints,
+    ::testing::Values(
+        MatchCase{"TopicNames", {"-topicName", "A"}, {"-topicName", "B"}, {}},
+        MatchCase{"EqualTopicNames", {"-topicName", "A"}, {"-topicName", "A"}, MATCH},
+        MatchCase{"TypeNames", {"-typeName", "A"}, {"-typeName", "B"}, {}},
+        MatchCase{"EqualTypeNames", {"-typeName", "A"}, {"-typeName", "A"}, MATCH},
+        MatchCase{"Domains", {"-domainId", "1"}, {"-domainId", "2"}, {}},
+        MatchCase{"EqualDomains", {"-domainId", "3"}, {"-domainId", "3"}, MATCH},
+        MatchCase{"DomainTags", {"-domainTag", "red"}, {"-domainTag", "blue"}, {}},
+        MatchCase{"EqualDomainTags", {"-domainTag", "red"}, {"-domainTag", "red"}, MATCH},
+        MatchCase{"DisjointPartitions", PARTITIONS_AB, {"-participantPartition", "C"}, {}},
+        MatchCase{"EqualPartitions", PARTITIONS_AB, PARTITIONS_AB, MATCH},
+        MatchCase{"Reliability", {"-reliable"}, {}, incompatible("11")},
+        MatchCase{"Durability", {"-durability", "TRANSIENT_LOCAL"}, {}, incompatible("2")},
+        MatchCase{"DeadlineShorterThanTheSendPeriod", {"-deadline", "0.1"}, {}, incompatible("4")}),
+    [](const ::testing::TestParamInfo<MatchCase>& c) { return std::string(c.param.name); });
 
 // Every sample written arrives. On a loaded machine a writer may give up waiting for
 // acknowledgements; it reports the sample it gave up on, and the subscriber counts it missed.

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "dds/version.h"
 #include "kestping/kestPingAgent.h"
+#include "qordds/version.h"
 #include "tests/unit/support/test_io.h"
 
 namespace frametest {

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "dds/logger.h"
 #include "kestping/pingDataListener.h"
 #include "kestping/pingDataWriterListener.h"
+#include "qordds/logger.h"
 #include "tests/unit/agent/frame_test_support.h"
 
 namespace {

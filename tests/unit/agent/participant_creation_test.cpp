@@ -11,7 +11,7 @@
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 
 #include "agent/builtinQosProfile.h"
-#include "dds/src/participant_impl.h"
+#include "entities/participant_impl.h"
 #include "tests/unit/agent/frame_test_support.h"
 
 namespace {

@@ -80,7 +80,8 @@ TEST(WriterLoss, MatchedWritersAreAliveAndTheirInstancesLoseTheirWritersWithThem
     auto samples_after = [&](size_t from, size_t count) {
         EXPECT_TRUE(eventually([&] { return listener.get(listener.samples).size() == count; }));
         Texts samples = listener.get(listener.samples);
-        samples.erase(samples.begin(), samples.begin() + std::min(from, samples.size()));
+        samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(
+                                                             std::min(from, samples.size())));
         std::sort(samples.begin(), samples.end());
         return samples;
     };

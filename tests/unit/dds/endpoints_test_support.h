@@ -16,13 +16,13 @@
 
 #include <fastrtps/xmlparser/XMLProfileManager.h>
 
-#include "dds/domain.h"
-#include "dds/logger.h"
-#include "dds/publication.h"
-#include "dds/subscription.h"
-#include "dds/topic.h"
 #include "kestping/pingDataPlugin.h"
 #include "kestping/pingDataSupport.h"
+#include "qordds/domain.h"
+#include "qordds/logger.h"
+#include "qordds/publication.h"
+#include "qordds/subscription.h"
+#include "qordds/topic.h"
 
 namespace endpoints_test {
 

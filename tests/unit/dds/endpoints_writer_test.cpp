@@ -10,10 +10,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fastdds/dds/log/Log.hpp>
 
+#include "entities/participant_impl.h"
 #include "tests/unit/dds/endpoints_test_support.h"
 
 using namespace endpoints_test;
@@ -73,6 +75,28 @@ TEST(Rendezvous, AFreshWritersVeryFirstSampleReachesTheReadersAlreadyThere) {
     // them announced late, 70 ms after the other, by Fast DDS's own repair) is not judged.
     EXPECT_LT(unmatched.size(), static_cast<size_t>(kRounds / 2))
         << "writers created before discovery had found the readers";
+}
+
+// A participant that discovers a new one announces itself twice more, by changing its
+// USER_DATA and changing it back, so that a newcomer that dropped its first answer hears it
+// again at once. Each side discovers the other once, so each repairs twice, no more.
+TEST(AnnouncementRepair, ANewParticipantIsAnsweredTwiceAndTheUserDataIsLeftAsItWas) {
+    Side running;
+    ASSERT_TRUE(running.ready());
+    const qordds::AnnouncementRepair& repaired = running.participant->impl()->repair;
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_EQ(repaired.announcements(), 0u) << "alone, with nothing to repair";
+    Side newcomer;
+    ASSERT_TRUE(newcomer.ready());
+    const qordds::AnnouncementRepair& answered = newcomer.participant->impl()->repair;
+    ASSERT_TRUE(
+        eventually([&] { return repaired.announcements() == 2 && answered.announcements() == 2; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_EQ(repaired.announcements(), 2u);
+    EXPECT_EQ(answered.announcements(), 2u);
+    for (const Side* side : {&running, &newcomer}) {
+        EXPECT_TRUE(side->participant->impl()->fast->get_qos().user_data().data_vec().empty());
+    }
 }
 
 // Readers of its own participant do not count: with no reader elsewhere the writer is created

@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "dds/logger.h"
-#include "dds/src/log.h"
+#include "log/log.h"
+#include "qordds/logger.h"
 #include "tests/unit/support/test_io.h"
 
 namespace {

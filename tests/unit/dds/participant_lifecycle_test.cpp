@@ -4,9 +4,9 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 #include <fastdds/dds/publisher/qos/PublisherQos.hpp>
 
-#include "dds/domain.h"
-#include "dds/publication.h"
-#include "dds/src/participant_impl.h"
+#include "entities/participant_impl.h"
+#include "qordds/domain.h"
+#include "qordds/publication.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 
 #include <fastrtps/utils/IPLocator.h>
 
-#include "dds/logger.h"
-#include "dds/src/builtin_transports.h"
-#include "dds/src/participant_qos_translation.h"
-#include "dds/src/peer_locators.h"
+#include "qordds/logger.h"
+#include "qos/builtin_transports.h"
+#include "qos/participant_qos_translation.h"
+#include "qos/peer_locators.h"
 #include "tests/unit/support/test_io.h"
 
 namespace {

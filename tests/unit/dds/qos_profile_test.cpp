@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "dds/domain.h"
-#include "dds/src/qos_profile_library.h"
+#include "profiles/qos_profile_library.h"
+#include "qordds/domain.h"
 #include "tests/unit/support/test_io.h"
 
 namespace {

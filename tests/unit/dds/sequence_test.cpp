@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "dds/sequence.h"
+#include "qordds/sequence.h"
 #include "tests/unit/support/test_io.h"
 
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "dds/dynamic_data.h"
-#include "dds/typecode.h"
+#include "qordds/dynamic_data.h"
+#include "qordds/typecode.h"
 #include "tests/unit/dds/hex_bytes.h"
 
 namespace {
@@ -88,7 +88,8 @@ TEST(TypeSerializer, EveryLayoutByteForByteAndBack) {
         const Wide whole = key_only ? Wide{7, 0x01020304, 7, 2} : sample;
         for (size_t n = 0; layout.encoding.encapsulation_header && n <= expected.size(); ++n) {
             // Exactly n bytes, so that ASan sees any read beyond them.
-            std::vector<char> prefix(expected.begin(), expected.begin() + n);
+            std::vector<char> prefix(expected.begin(),
+                                     expected.begin() + static_cast<std::ptrdiff_t>(n));
             Wide read;
             EXPECT_EQ(deserialize(prefix, &read, key_only), n == expected.size()) << n;
             EXPECT_TRUE(same(read, n == expected.size() ? whole : untouched)) << n;
@@ -97,23 +98,23 @@ TEST(TypeSerializer, EveryLayoutByteForByteAndBack) {
 }
 
 TEST(TypeSerializer, ReadsOnlyEncapsulationsItKnows) {
-    const std::string le = " 01 00 00 00 02 00 00 00 fd ff ff ff 04 03 02 01";
-    const std::string be = " 00 00 00 01 00 00 00 02 ff ff ff fd 01 02 03 04";
+    const std::string little = " 01 00 00 00 02 00 00 00 fd ff ff ff 04 03 02 01";
+    const std::string big = " 00 00 00 01 00 00 00 02 ff ff ff fd 01 02 03 04";
     const struct {
         const char* name;
         std::string serialized;
         bool read;
     } cases[] = {
-        {"parameter list, XCDR1", "00 03 00 00" + le, false},
-        {"parameter list, XCDR2", "00 0b 00 00" + le, false},
-        {"XML", "00 04 00 00" + le, false},
-        {"non-zero first byte", "01 01 00 00" + le, false},
-        {"DHEADER beyond the buffer", "00 09 00 00 14 00 00 00" + le, false},
-        {"DHEADER too short for the members", "00 09 00 00 0c 00 00 00" + le, false},
-        {"DHEADER of all ones", "00 08 00 00 ff ff ff ff" + be, false},
-        {"PLAIN_CDR2 without DHEADER", "00 07 00 00" + le, true},
-        {"appended member skipped", "00 08 00 00 00 00 00 14" + be + " 00 00 00 09", true},
-        {"XCDR1 trailing padding", "00 01 00 03" + le + " 00", true},
+        {"parameter list, XCDR1", "00 03 00 00" + little, false},
+        {"parameter list, XCDR2", "00 0b 00 00" + little, false},
+        {"XML", "00 04 00 00" + little, false},
+        {"non-zero first byte", "01 01 00 00" + little, false},
+        {"DHEADER beyond the buffer", "00 09 00 00 14 00 00 00" + little, false},
+        {"DHEADER too short for the members", "00 09 00 00 0c 00 00 00" + little, false},
+        {"DHEADER of all ones", "00 08 00 00 ff ff ff ff" + big, false},
+        {"PLAIN_CDR2 without DHEADER", "00 07 00 00" + little, true},
+        {"appended member skipped", "00 08 00 00 00 00 00 14" + big + " 00 00 00 09", true},
+        {"XCDR1 trailing padding", "00 01 00 03" + little + " 00", true},
     };
     for (const auto& c : cases) {
         Wide read;

@@ -9,9 +9,9 @@
 #include <type_traits>
 #include <vector>
 
-#include "dds/publication.h"
-#include "dds/subscription.h"
 #include "kestping/pingData.h"
+#include "qordds/publication.h"
+#include "qordds/subscription.h"
 
 // One element of a canned take: a sample (meaningful only with valid data) and its info.
 template <class Sample>

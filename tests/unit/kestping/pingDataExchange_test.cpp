@@ -6,10 +6,10 @@
 
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
-#include "dds/domain.h"
-#include "dds/logger.h"
-#include "dds/src/participant_impl.h"
+#include "entities/participant_impl.h"
 #include "kestping/pingDataSupport.h"
+#include "qordds/domain.h"
+#include "qordds/logger.h"
 #include "tests/unit/support/test_io.h"
 
 namespace {

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "agent/kestAgent.h"
-#include "dds/logger.h"
 #include "kestping/pingDataSupport.h"
 #include "kestping/pingDataWriterListener.h"
+#include "qordds/logger.h"
 #include "tests/unit/kestping/fakeEndpoints.h"
 #include "tests/unit/support/test_io.h"
 

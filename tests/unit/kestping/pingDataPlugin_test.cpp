@@ -1,17 +1,16 @@
 // The ping sample types: serialized form, key hash, printing, sizes and their Fast DDS type.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <string>
 #include <vector>
 
 #include <fastdds/rtps/common/SerializedPayload.h>
 
-#include "dds/src/topic_data_type_adapter.h"
 #include "kestping/pingData.h"
 #include "kestping/pingDataPlugin.h"
 #include "tests/unit/dds/hex_bytes.h"
 #include "tests/unit/support/test_io.h"
+#include "types/topic_data_type_adapter.h"
 
 namespace {
 
@@ -48,9 +47,9 @@ TEST(PingSerializedForm, EveryRepresentationAndByteOrder) {
     }
 }
 
-// The plugins' own calls: AUTO is little-endian XCDR1, every representation round-trips the
-// extreme values, a short buffer is refused.
-TEST(PingSerializedForm, PluginsWriteAutoAsXcdr1AndRoundTripEveryValue) {
+// The plugins' own choice: AUTO is little-endian XCDR1; a short payload is refused. (Round
+// trips of every layout are the generic serializer's, see TypeSerializer.)
+TEST(PingSerializedForm, PluginsWriteAutoAsLittleEndianXcdr1) {
     char buffer[32];
     unsigned int length = sizeof buffer;
     ASSERT_TRUE(KestKeyedPingDataPlugin_serialize_to_cdr_buffer(buffer, &length, &keyedSample));
@@ -58,19 +57,9 @@ TEST(PingSerializedForm, PluginsWriteAutoAsXcdr1AndRoundTripEveryValue) {
     KestKeyedPingData read = {5, 5};
     EXPECT_FALSE(KestKeyedPingDataPlugin_deserialize_from_cdr_buffer(&read, buffer, length - 1));
     EXPECT_EQ(read.key + read.number, 10);
-    for (int32_t value : {0, 1, -1, INT_MIN, INT_MAX, 0x12345678}) {
-        for (DDS_DataRepresentationId_t representation :
-             {DDS_AUTO_DATA_REPRESENTATION, DDS_XCDR_DATA_REPRESENTATION,
-              DDS_XCDR2_DATA_REPRESENTATION}) {
-            KestKeyedPingData written = {value, ~value};
-            length = sizeof buffer;
-            ASSERT_TRUE(KestKeyedPingDataPlugin_serialize_to_cdr_buffer_ex(
-                buffer, &length, &written, representation));
-            ASSERT_TRUE(KestKeyedPingDataPlugin_deserialize_from_cdr_buffer(&read, buffer, length));
-            EXPECT_EQ(read.key, value);
-            EXPECT_EQ(read.number, ~value);
-        }
-    }
+    ASSERT_TRUE(KestKeyedPingDataPlugin_deserialize_from_cdr_buffer(&read, buffer, length));
+    EXPECT_EQ(read.key, 1);
+    EXPECT_EQ(read.number, 7);
 }
 
 // From a sample, or from a serialized key as a key-only message carries it.

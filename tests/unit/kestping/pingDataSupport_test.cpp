@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "dds/logger.h"
 #include "kestping/pingDataSupport.h"
+#include "qordds/logger.h"
 #include "tests/unit/kestping/fakeEndpoints.h"
 #include "tests/unit/support/test_io.h"
 

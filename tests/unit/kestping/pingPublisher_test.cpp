@@ -3,9 +3,9 @@
 #include <string>
 
 #include "agent/kestAgent.h"
-#include "dds/logger.h"
 #include "kestping/kestPingAgent.h"
 #include "kestping/pingDataSupport.h"
+#include "qordds/logger.h"
 #include "tests/unit/kestping/fakeEndpoints.h"
 #include "tests/unit/support/test_io.h"
 

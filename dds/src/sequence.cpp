@@ -1,7 +1,0 @@
-#include "dds/sequence.h"
-
-#include "dds/src/log.h"
-
-void DDS_Sequence_log_error(const char* operation, const char* reason) {
-    qordds::log(qordds::LogKind::Error, "DDSSequence", "%s: %s", operation, reason);
-}

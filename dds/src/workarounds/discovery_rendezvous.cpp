@@ -1,0 +1,105 @@
+#include "workarounds/discovery_rendezvous.h"
+
+#include <algorithm>
+
+namespace fdds = eprosima::fastdds::dds;
+namespace frtps = eprosima::fastrtps::rtps;
+
+namespace qordds {
+
+constexpr std::chrono::milliseconds DiscoveryRendezvous::kWindow;
+constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettle;
+
+void DiscoveryRendezvous::install(fdds::DomainParticipant& fast, AnnouncementRepair& repair) {
+    repair_ = &repair;
+    repair.start(fast);
+    {
+        // Open while Fast DDS enables: readers may be discovered meanwhile.
+        std::lock_guard<std::mutex> lock(mutex_);
+        window_end_ = Clock::time_point::max();
+    }
+    // No status goes to this listener: the endpoints have listeners of their own, and
+    // discovery callbacks come whatever the mask.
+    fast.set_listener(this, fdds::StatusMask::none());
+}
+
+void DiscoveryRendezvous::enabled(const frtps::GuidPrefix_t& own) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    own_ = own;
+    window_end_ = Clock::now() + kWindow;
+}
+
+DiscoveryRendezvous::Clock::time_point DiscoveryRendezvous::window_end() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return window_end_;
+}
+
+bool DiscoveryRendezvous::await_remote_reader(const std::string& topic, const std::string& type) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    // Not enabled (yet, or ever): nothing to wait for.
+    if (window_end_ == Clock::time_point::max() || Clock::now() >= window_end_) {
+        return false;
+    }
+    return discovered_.wait_until(lock, window_end_,
+                                  [&] { return remote_reader_known(topic, type); });
+}
+
+bool DiscoveryRendezvous::remote_reader_known(const std::string& topic,
+                                              const std::string& type) const {
+    return std::any_of(readers_.begin(), readers_.end(),
+                       [&](const decltype(readers_)::value_type& reader) {
+                           return reader.first.guidPrefix != own_ && reader.second.first == topic &&
+                                  reader.second.second == type;
+                       });
+}
+
+void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
+                                                   frtps::ParticipantDiscoveryInfo&& info) {
+    if (info.status == frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT) {
+        repair_->discovered();
+    }
+}
+
+void DiscoveryRendezvous::on_subscriber_discovery(fdds::DomainParticipant*,
+                                                  frtps::ReaderDiscoveryInfo&& info) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (Clock::now() >= window_end_) {
+        readers_.clear();
+        return;
+    }
+    const frtps::GUID_t& guid = info.info.guid();
+    switch (info.status) {
+        case frtps::ReaderDiscoveryInfo::DISCOVERED_READER:
+        case frtps::ReaderDiscoveryInfo::CHANGED_QOS_READER:
+            readers_[guid] =
+                std::make_pair(info.info.topicName().to_string(), info.info.typeName().to_string());
+            discovered_.notify_all();
+            break;
+        default:
+            readers_.erase(guid);
+            break;
+    }
+}
+
+void MatchWatch::changed(int32_t current) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    current_ = current;
+    last_change_ = Clock::now();
+    changed_.notify_all();
+}
+
+void MatchWatch::await_settled(Clock::time_point until, Clock::duration settle) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        Clock::time_point now = Clock::now();
+        if (now >= until) {
+            return;
+        }
+        if (current_ > 0 && now >= last_change_ + settle) {
+            return;
+        }
+        changed_.wait_until(lock, current_ > 0 ? std::min(until, last_change_ + settle) : until);
+    }
+}
+
+}  // namespace qordds

@@ -1,0 +1,101 @@
+// Binding-internal: gives a DataWriter created right after its participant was enabled a
+// bounded moment to find the readers that were already there, so that its first samples
+// reach them.
+//
+// The ping publisher writes as soon as its writer exists, some milliseconds after enabling
+// its participant, while discovery is still under way; measured on loopback, another
+// participant's reader becomes known 1-3 ms after enable, or about 72 ms after it when the
+// first endpoint announcement is only repaired by the initial acknack (one run in five).
+// What is written before both sides have matched is lost to readers already running: Fast
+// DDS 2.9 never sends a writer's history to a best-effort reader, a best-effort reader
+// drops samples of writers it has not matched, and a reliable writer keeps from a VOLATILE
+// reader whatever it wrote before matching it.
+//
+// So for a window of kWindow after enable has returned, create_datawriter first waits until a
+// reader of its topic and type on another participant is known (or the window ends), then creates
+// the writer, which matches that reader at once, and then waits until it has matched a reader and
+// no match came or went for kSettle, long enough for the remote reader to match this writer
+// in turn (measured: within 1 ms). Creating the writer only once the reader is known is what
+// keeps the exchange short: a writer announced while the participants are still discovering
+// each other is sometimes only matched by the remote side 70 ms later. Writers created after
+// the window, and readers, never wait; nothing changes on the wire. A writer with no reader
+// anywhere waits until the window ends, kWindow after enable at most. The window opens when
+// enable returns, not before: Fast DDS 2.9's enable over shared memory now and then takes
+// 330 ms instead of 2 (1 pairing in 15 with another participant on the host, measured), and
+// a window that started before it had run out before discovery could begin.
+#ifndef QOR_DDS_SRC_DISCOVERY_RENDEZVOUS_H
+#define QOR_DDS_SRC_DISCOVERY_RENDEZVOUS_H
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include <fastdds/dds/domain/DomainParticipant.hpp>
+#include <fastdds/dds/domain/DomainParticipantListener.hpp>
+
+#include "workarounds/announcement_repair.h"
+
+namespace qordds {
+
+class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantListener {
+  public:
+    typedef std::chrono::steady_clock Clock;
+    static constexpr std::chrono::milliseconds kWindow{300};
+    static constexpr std::chrono::milliseconds kSettle{30};
+
+    // Right before the Fast DDS participant is enabled: listens to its discovery, passes
+    // each new participant on to `repair`, and opens the window.
+    void install(eprosima::fastdds::dds::DomainParticipant& fast, AnnouncementRepair& repair);
+    // Once it is enabled, with the GUID prefix its own endpoints have: the window starts.
+    void enabled(const eprosima::fastrtps::rtps::GuidPrefix_t& own);
+
+    // Within the window, waits until a reader of `topic` (as on the wire) and `type` on
+    // another participant is known, or the window ends. True when one is known in the window.
+    bool await_remote_reader(const std::string& topic, const std::string& type);
+    // End of the window: Clock::time_point() before install(), max() until enabled().
+    Clock::time_point window_end() const;
+
+    void on_participant_discovery(
+        eprosima::fastdds::dds::DomainParticipant*,
+        eprosima::fastrtps::rtps::ParticipantDiscoveryInfo&& info) override;
+    void on_subscriber_discovery(eprosima::fastdds::dds::DomainParticipant*,
+                                 eprosima::fastrtps::rtps::ReaderDiscoveryInfo&& info) override;
+
+  private:
+    bool remote_reader_known(const std::string& topic, const std::string& type) const;
+
+    AnnouncementRepair* repair_ = nullptr;  // set before discovery starts
+    mutable std::mutex mutex_;              // everything below
+    std::condition_variable discovered_;
+    Clock::time_point window_end_;
+    eprosima::fastrtps::rtps::GuidPrefix_t own_;
+    // The readers discovered in the window, their topic and type; emptied after it.
+    std::map<eprosima::fastrtps::rtps::GUID_t, std::pair<std::string, std::string>> readers_;
+};
+
+// The matches of one writer, for the second half of the rendezvous. Shared by the writer
+// and the creation that waits on it, which thus never outlives it.
+class MatchWatch {
+  public:
+    typedef DiscoveryRendezvous::Clock Clock;
+
+    // The writer's matched count changed (from its publication-matched callback).
+    void changed(int32_t current);
+    // Waits until the writer has matched a reader and no match came or went for `settle`,
+    // or until `until`.
+    void await_settled(Clock::time_point until, Clock::duration settle);
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int32_t current_ = 0;
+    Clock::time_point last_change_;
+};
+
+}  // namespace qordds
+
+#endif
