@@ -398,7 +398,7 @@ int main(int argc, char** argv) {
     int runs = argc > 3 ? std::atoi(argv[3]) : 200;
     int timed = argc > 4 ? std::atoi(argv[4]) : 50;
     std::string only = argc > 5 ? argv[5] : "";  // one transport's name
-    const int jobs = 4;
+    const int jobs = 2;
 
     std::printf(
         "Launch to match and to first issue: %d subscriber-first pairings per transport and "

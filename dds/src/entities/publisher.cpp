@@ -141,8 +141,9 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
         matches = writer->matches();
     }
     if (reader_known) {
-        matches->await_settled(participant->rendezvous.window_end(),
-                               qordds::DiscoveryRendezvous::kSettle);
+        matches->await_settled(
+            qordds::DiscoveryRendezvous::Clock::now() + qordds::DiscoveryRendezvous::kSettleLimit,
+            qordds::DiscoveryRendezvous::kSettle);
     }
     return typed;
 }

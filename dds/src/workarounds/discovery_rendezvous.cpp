@@ -8,7 +8,9 @@ namespace frtps = eprosima::fastrtps::rtps;
 namespace qordds {
 
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kWindow;
+constexpr std::chrono::milliseconds DiscoveryRendezvous::kGrace;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettle;
+constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettleLimit;
 
 void DiscoveryRendezvous::install(fdds::DomainParticipant& fast, AnnouncementRepair& repair) {
     repair_ = &repair;
@@ -29,19 +31,30 @@ void DiscoveryRendezvous::enabled(const frtps::GuidPrefix_t& own) {
     window_end_ = Clock::now() + kWindow;
 }
 
-DiscoveryRendezvous::Clock::time_point DiscoveryRendezvous::window_end() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return window_end_;
+DiscoveryRendezvous::Clock::time_point DiscoveryRendezvous::deadline() const {
+    Clock::time_point end = window_end_;
+    for (const auto& participant : participants_) {
+        end = std::max(end, participant.second + kGrace);
+    }
+    return end;
 }
 
 bool DiscoveryRendezvous::await_remote_reader(const std::string& topic, const std::string& type) {
     std::unique_lock<std::mutex> lock(mutex_);
     // Not enabled (yet, or ever): nothing to wait for.
-    if (window_end_ == Clock::time_point::max() || Clock::now() >= window_end_) {
+    if (window_end_ == Clock::time_point::max()) {
         return false;
     }
-    return discovered_.wait_until(lock, window_end_,
-                                  [&] { return remote_reader_known(topic, type); });
+    for (;;) {
+        if (remote_reader_known(topic, type)) {
+            return true;
+        }
+        Clock::time_point end = deadline();
+        if (Clock::now() >= end) {
+            return false;
+        }
+        discovered_.wait_until(lock, end);
+    }
 }
 
 bool DiscoveryRendezvous::remote_reader_known(const std::string& topic,
@@ -58,12 +71,29 @@ void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
     if (info.status == frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT) {
         repair_->discovered();
     }
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (Clock::now() >= deadline()) {
+        participants_.clear();
+        return;
+    }
+    const frtps::GuidPrefix_t& prefix = info.info.m_guid.guidPrefix;
+    switch (info.status) {
+        case frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT:
+            participants_.emplace(prefix, Clock::now());
+            break;
+        case frtps::ParticipantDiscoveryInfo::CHANGED_QOS_PARTICIPANT:
+            break;
+        default:
+            participants_.erase(prefix);
+            break;
+    }
+    discovered_.notify_all();
 }
 
 void DiscoveryRendezvous::on_subscriber_discovery(fdds::DomainParticipant*,
                                                   frtps::ReaderDiscoveryInfo&& info) {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (Clock::now() >= window_end_) {
+    if (Clock::now() >= deadline()) {
         readers_.clear();
         return;
     }

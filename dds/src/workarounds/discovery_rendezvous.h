@@ -18,11 +18,15 @@
 // in turn (measured: within 1 ms). Creating the writer only once the reader is known is what
 // keeps the exchange short: a writer announced while the participants are still discovering
 // each other is sometimes only matched by the remote side 70 ms later. Writers created after
-// the window, and readers, never wait; nothing changes on the wire. A writer with no reader
-// anywhere waits until the window ends, kWindow after enable at most. The window opens when
-// enable returns, not before: Fast DDS 2.9's enable over shared memory now and then takes
-// 330 ms instead of 2 (1 pairing in 15 with another participant on the host, measured), and
-// a window that started before it had run out before discovery could begin.
+// the window, and readers, never wait; nothing changes on the wire. A writer with no other
+// participant anywhere waits until the window ends, kWindow after enable. The window opens
+// when enable returns, not before: Fast DDS 2.9's enable over shared memory now and then takes
+// 330 ms instead of 2 (1 pairing in 15 with another participant on the host, measured), and a
+// window that started before it had run out before discovery could begin. A participant
+// discovered in the window holds it open until its readers have had kGrace to show: on an
+// overloaded machine their announcements came 350-450 ms after the participant's (measured:
+// 7 pairings in 240 lost issue 0 with eight pairings running at once), past a fixed window. A
+// participant without such a reader thus delays the first write by up to kGrace.
 #ifndef QOR_DDS_SRC_DISCOVERY_RENDEZVOUS_H
 #define QOR_DDS_SRC_DISCOVERY_RENDEZVOUS_H
 
@@ -44,8 +48,17 @@ namespace qordds {
 class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantListener {
   public:
     typedef std::chrono::steady_clock Clock;
-    static constexpr std::chrono::milliseconds kWindow{300};
+    // Long enough for a subscriber started together with the publisher to come up and be
+    // discovered on a loaded machine (300 ms was not: its process alone took longer), short
+    // beside the default send period.
+    static constexpr std::chrono::milliseconds kWindow{1000};
+    // How long, at most, the readers of a participant discovered in the window may take to
+    // show: their announcements follow the participant's, at once on a quiet machine, 70 ms
+    // later when Fast DDS's own repair is needed, 350-450 ms later on an overloaded one.
+    static constexpr std::chrono::milliseconds kGrace{1000};
     static constexpr std::chrono::milliseconds kSettle{30};
+    // How long a new writer may wait for its matches to settle.
+    static constexpr std::chrono::milliseconds kSettleLimit{300};
 
     // Right before the Fast DDS participant is enabled: listens to its discovery, passes
     // each new participant on to `repair`, and opens the window.
@@ -54,10 +67,9 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     void enabled(const eprosima::fastrtps::rtps::GuidPrefix_t& own);
 
     // Within the window, waits until a reader of `topic` (as on the wire) and `type` on
-    // another participant is known, or the window ends. True when one is known in the window.
+    // another participant is known, or the window ends; a participant discovered in the
+    // window keeps it open until kGrace after its discovery. True when a reader is known.
     bool await_remote_reader(const std::string& topic, const std::string& type);
-    // End of the window: Clock::time_point() before install(), max() until enabled().
-    Clock::time_point window_end() const;
 
     void on_participant_discovery(
         eprosima::fastdds::dds::DomainParticipant*,
@@ -67,12 +79,16 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
 
   private:
     bool remote_reader_known(const std::string& topic, const std::string& type) const;
+    // The end of the window with the grace of the participants discovered in it.
+    Clock::time_point deadline() const;
 
     AnnouncementRepair* repair_ = nullptr;  // set before discovery starts
     mutable std::mutex mutex_;              // everything below
     std::condition_variable discovered_;
     Clock::time_point window_end_;
     eprosima::fastrtps::rtps::GuidPrefix_t own_;
+    // The participants discovered in the window, and when; emptied after it.
+    std::map<eprosima::fastrtps::rtps::GuidPrefix_t, Clock::time_point> participants_;
     // The readers discovered in the window, their topic and type; emptied after it.
     std::map<eprosima::fastrtps::rtps::GUID_t, std::pair<std::string, std::string>> readers_;
 };
