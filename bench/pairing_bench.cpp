@@ -102,7 +102,7 @@ bool printed(const Child& child, const std::string& prefix);
 
 // Reads whatever the children printed until both have ended, `done` has been printed by
 // one of them, or `limit` has passed.
-void collect(std::vector<Child*> children, Clock::time_point epoch, Clock::time_point limit,
+void collect(const std::vector<Child*>& children, Clock::time_point epoch, Clock::time_point limit,
              const std::string& done) {
     for (;;) {
         for (Child* child : children) {
@@ -176,31 +176,91 @@ struct Outcome {
     std::string why;
 };
 
-// A pairing on a fresh private host: this process forks one that makes the namespaces,
-// starts both sides in it and reports through a pipe.
-Outcome pair_once(const std::string& binary, const Transport& transport, Order order) {
-    Args sub{binary, "sub"};
-    Args pub{binary, "pub"};
+// Makes this (forked) process a private host: its own network namespace with loopback
+// multicast, and its own /dev/shm.
+bool enter_private_host() {
+    return unshare(CLONE_NEWNET | CLONE_NEWNS) == 0 &&
+           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256m,mode=1777") == 0 &&
+           std::system(
+               "ip link set lo up && ip link set lo multicast on && "
+               "ip route add 224.0.0.0/4 dev lo && "
+               "{ ip -6 route add ff00::/8 dev lo table local 2>/dev/null || true; }") == 0;
+}
+
+// The command lines of both sides of a pairing: subscriber first, publisher second.
+std::pair<Args, Args> pairing_commands(const std::string& binary, const Transport& transport) {
     bool tool = binary.find("qorddsping") != std::string::npos;
-    if (tool) {
-        sub = {binary, "-subscriber"};
-        pub = {binary, "-publisher"};
-    }
-    sub.insert(sub.end(), {"-timeout", "2"});
-    pub.insert(pub.end(), {"-numSamples", std::to_string(kSamples), "-sendPeriod", kSendPeriod});
-    for (const std::string& word : transport.arguments) {
-        sub.push_back(word);
-        pub.push_back(word);
-    }
+    Args sub{binary, tool ? "-subscriber" : "sub", "-timeout", "2"};
+    Args pub{binary,        tool ? "-publisher" : "pub",
+             "-numSamples", std::to_string(kSamples),
+             "-sendPeriod", kSendPeriod};
+    Args both = transport.arguments;
     if (const char* extra = std::getenv("PAIRING_EXTRA")) {  // more arguments for both
         std::string words = extra;
         for (size_t at = 0, end; at < words.size(); at = end + 1) {
             end = std::min(words.find(' ', at), words.size());
-            sub.push_back(words.substr(at, end - at));
-            pub.push_back(words.substr(at, end - at));
+            both.push_back(words.substr(at, end - at));
         }
     }
+    sub.insert(sub.end(), both.begin(), both.end());
+    pub.insert(pub.end(), both.begin(), both.end());
+    return {sub, pub};
+}
 
+// What the outputs of a pairing say: both matches, and every issue from 0000000 on.
+Outcome judge(const Child& subscriber, const Child& publisher) {
+    Outcome outcome;
+    double sub_match = first_at(subscriber, "Found 1 additional ping publishers(s).");
+    double pub_match = first_at(publisher, "Found 1 additional ping subscriber(s).");
+    outcome.first_issue_ms = first_at(subscriber, "qorddsping, issue received: ");
+    outcome.match_ms = std::max(sub_match, pub_match);
+    outcome.ok = sub_match >= 0 && pub_match >= 0;
+    if (!outcome.ok) {
+        outcome.why = "no match";
+    }
+    for (int i = 0; outcome.ok && i < kSamples; ++i) {
+        char expected[64];
+        std::snprintf(expected, sizeof expected, "qorddsping, issue received: %.7d", i);
+        if (first_at(subscriber, expected) < 0) {
+            outcome.ok = false;
+            outcome.why = std::string("missing ") + (expected + 28);
+        }
+    }
+    if (!outcome.ok && std::getenv("PAIRING_TRACE") != nullptr) {
+        for (const Child* child : {&subscriber, &publisher}) {
+            std::fprintf(stderr, "  --- %s\n", child == &subscriber ? "subscriber" : "publisher");
+            for (const Line& line : child->lines) {
+                std::fprintf(stderr, "  %8.1f %s\n", line.at_ms, line.text.c_str());
+            }
+        }
+    }
+    return outcome;
+}
+
+// Runs one pairing in this process, which must already be a private host.
+Outcome pair_here(const std::string& binary, const Transport& transport, Order order) {
+    std::pair<Args, Args> commands = pairing_commands(binary, transport);
+    const Args& early = order == Order::PublisherFirst ? commands.second : commands.first;
+    const Args& late = order == Order::PublisherFirst ? commands.first : commands.second;
+    Child first = spawn(early);
+    if (order != Order::Together) {
+        // Subscriber first: a running subscriber, as an operator starts it. Publisher first:
+        // well inside the publisher's wait for readers that may be coming.
+        usleep(order == Order::SubscriberFirst ? 1000000 : 50000);
+    }
+    Clock::time_point epoch = Clock::now();
+    Child second = spawn(late);
+    char last[64];
+    std::snprintf(last, sizeof last, "qorddsping, issue received: %.7d", kSamples - 1);
+    collect({&first, &second}, epoch, epoch + std::chrono::seconds(6), last);
+    bool subscriber_first = order != Order::PublisherFirst;
+    return judge(subscriber_first ? first : second, subscriber_first ? second : first);
+}
+
+// A pairing on a fresh private host: this process forks one that makes the namespaces, runs
+// the pairing in them and reports through a pipe.
+Outcome pair_once(const std::string& binary, const Transport& transport, Order order) {
     int report[2];
     if (pipe(report) != 0) {
         std::exit(2);
@@ -209,66 +269,14 @@ Outcome pair_once(const std::string& binary, const Transport& transport, Order o
     if (host == 0) {
         close(report[0]);
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0 ||
-            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256m,mode=1777") != 0 ||
-            std::system("ip link set lo up && ip link set lo multicast on && "
-                        "ip route add 224.0.0.0/4 dev lo && "
-                        "{ ip -6 route add ff00::/8 dev lo table local 2>/dev/null || true; }") !=
-                0) {
+        if (!enter_private_host()) {
             _exit(3);
         }
-        Child first, second;
-        Clock::time_point epoch;
-        const Args& early = order == Order::PublisherFirst ? pub : sub;
-        const Args& late = order == Order::PublisherFirst ? sub : pub;
-        first = spawn(early);
-        if (order != Order::Together) {
-            // Subscriber first: a running subscriber, as an operator starts it. Publisher
-            // first: well inside the publisher's wait for readers that may be coming.
-            usleep(order == Order::SubscriberFirst ? 1000000 : 50000);
-        }
-        epoch = Clock::now();
-        second = spawn(late);
-        char last[64];
-        std::snprintf(last, sizeof last, "qorddsping, issue received: %.7d", kSamples - 1);
-        collect({&first, &second}, epoch, epoch + std::chrono::seconds(6), last);
-        Child& subscriber = order == Order::PublisherFirst ? second : first;
-        Child& publisher = order == Order::PublisherFirst ? first : second;
-
-        Outcome outcome;
-        double sub_match = first_at(subscriber, "Found 1 additional ping publishers(s).");
-        double pub_match = first_at(publisher, "Found 1 additional ping subscriber(s).");
-        outcome.first_issue_ms = first_at(subscriber, "qorddsping, issue received: ");
-        outcome.match_ms = std::max(sub_match, pub_match);
-        outcome.ok = sub_match >= 0 && pub_match >= 0;
-        if (!outcome.ok) {
-            outcome.why = "no match";
-        }
-        for (int i = 0; outcome.ok && i < kSamples; ++i) {
-            char expected[64];
-            std::snprintf(expected, sizeof expected, "qorddsping, issue received: %.7d", i);
-            if (first_at(subscriber, expected) < 0) {
-                outcome.ok = false;
-                outcome.why = std::string("missing ") + (expected + 28);
-            }
-        }
-        if (!outcome.ok && std::getenv("PAIRING_TRACE") != nullptr) {
-            for (const Child* child : {&subscriber, &publisher}) {
-                std::fprintf(stderr, "  --- %s\n",
-                             child == &subscriber ? "subscriber" : "publisher");
-                for (const Line& line : child->lines) {
-                    std::fprintf(stderr, "  %8.1f %s\n", line.at_ms, line.text.c_str());
-                }
-            }
-        }
+        Outcome outcome = pair_here(binary, transport, order);
         char text[256];
         std::snprintf(text, sizeof text, "%d %.3f %.3f %s\n", outcome.ok ? 1 : 0, outcome.match_ms,
                       outcome.first_issue_ms, outcome.why.c_str());
-        if (write(report[1], text, std::strlen(text)) < 0) {
-            _exit(4);
-        }
-        _exit(0);
+        _exit(write(report[1], text, std::strlen(text)) < 0 ? 4 : 0);
     }
     close(report[1]);
     char text[256] = {};
@@ -354,11 +362,7 @@ double late_subscriber_ms(const std::string& binary) {
     if (host == 0) {
         close(report[0]);
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0 ||
-            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256m,mode=1777") != 0 ||
-            std::system("ip link set lo up && ip link set lo multicast on && "
-                        "ip route add 224.0.0.0/4 dev lo") != 0) {
+        if (!enter_private_host()) {
             _exit(3);
         }
         Child publisher = spawn({binary, "-numSamples", "12", "-sendPeriod", "0.5"});

@@ -33,8 +33,9 @@ DDS_ReturnCode_t DDSDomainParticipant::enable() {
         }
         if (rc != ReturnCode::RETCODE_OK) {
             qordds::log(qordds::LogKind::Error, "DDSDomainParticipant::enable",
-                        "Fast DDS could not enable the participant (code %d)", rc());
-            return rc();
+                        "Fast DDS could not enable the participant (code %d)",
+                        static_cast<int>(rc()));
+            return static_cast<DDS_ReturnCode_t>(rc());
         }
     } catch (const std::exception& error) {
         qordds::log(qordds::LogKind::Error, "DDSDomainParticipant::enable", "Fast DDS failed: %s",

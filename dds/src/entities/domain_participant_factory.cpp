@@ -285,7 +285,7 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(
     }
     if (rc != ReturnCode::RETCODE_OK) {
         qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::delete_participant",
-                    "Fast DDS could not delete the participant (code %d)", rc());
+                    "Fast DDS could not delete the participant (code %d)", static_cast<int>(rc()));
         return DDS_RETCODE_ERROR;
     }
     participant->impl()->fast = nullptr;

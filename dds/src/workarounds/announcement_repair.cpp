@@ -86,7 +86,7 @@ bool AnnouncementRepair::announce() {
     eprosima::fastrtps::types::ReturnCode_t rc = fast_->set_qos(qos);
     if (rc != eprosima::fastrtps::types::ReturnCode_t::RETCODE_OK) {
         log(LogKind::Warning, "DDSDomainParticipant",
-            "the participant could not announce itself again (code %d)", rc());
+            "the participant could not announce itself again (code %d)", static_cast<int>(rc()));
         return false;
     }
     marked_ = !marked_;
