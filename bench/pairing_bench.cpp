@@ -351,9 +351,9 @@ int count_failures(const std::string& program, const char* label, const Transpor
     return failures;
 }
 
-// A publisher sending every 0.5 s, and a subscriber started 1.5 s later: from the
+// A publisher sending every 0.5 s, and a subscriber started 1.5 to 2 s later: from the
 // subscriber's match to its first issue, which must take no more than a send period and 100 ms.
-double late_subscriber_ms(const std::string& binary) {
+double late_subscriber_ms(const std::string& binary, int run) {
     int report[2];
     if (pipe(report) != 0) {
         std::exit(2);
@@ -366,7 +366,8 @@ double late_subscriber_ms(const std::string& binary) {
             _exit(3);
         }
         Child publisher = spawn({binary, "-numSamples", "12", "-sendPeriod", "0.5"});
-        usleep(1500000);
+        // At a different point of the send period each run: the wait depends on it.
+        usleep(static_cast<useconds_t>(1500000 + run * 97000 % 500000));
         Clock::time_point epoch = Clock::now();
         Child subscriber = spawn({binary, "-subscriber", "-timeout", "2"});
         collect({&publisher, &subscriber}, epoch, epoch + std::chrono::seconds(4),
@@ -455,7 +456,7 @@ int main(int argc, char** argv) {
     std::vector<double> delays;
     int missing = 0;
     for (int run = 0; run < 20; ++run) {
-        double delay = late_subscriber_ms(programs[0]);
+        double delay = late_subscriber_ms(programs[0], run);
         if (delay < 0) {
             ++missing;
         } else {
