@@ -26,6 +26,45 @@ bool waitForOutput(qortest::Process& process, const std::string& text, double se
     return process.output().find(text) != std::string::npos;
 }
 
+// Shared-memory sizes beyond what /dev/shm holds stop the run before Fast DDS maps them,
+// with one line and status 0, in both roles.
+TEST(HostileInput, SharedMemorySizesBeyondDevShmStopTheRunWithOneLine) {
+    const std::vector<std::vector<std::string>> cases = {
+        {"-shmRcvSize", "2147483647"},
+        {"-shmRcvSize", "300000000"},
+        {"-msgMaxSize", "150000000"},
+        {"-subscriber", "-shmRcvSize", "300000000", "-timeout", "1"},
+    };
+    for (const auto& arguments : cases) {
+        std::string joined;
+        for (const auto& argument : arguments) {
+            joined += argument + " ";
+        }
+        SCOPED_TRACE(joined);
+        std::vector<std::string> full = arguments;
+        full.insert(full.end(), {"-numSamples", "1", "-sendPeriod", "0"});
+        qortest::PrivateHost host;
+        std::unique_ptr<qortest::Process> ping = host.startPing(full);
+        ASSERT_TRUE(ping->wait(60));
+        EXPECT_EQ(0, ping->termSignal());
+        EXPECT_EQ(0, ping->exitStatus()) << ping->output();
+        std::string output = ping->output();
+        size_t error = output.find("shared memory");
+        ASSERT_NE(std::string::npos, error) << output;
+        EXPECT_NE(std::string::npos, output.find("/dev/shm", error)) << output;
+        EXPECT_EQ(std::string::npos, output.find("Sending data")) << output;
+        EXPECT_EQ(std::string::npos, output.find("listening for data")) << output;
+    }
+}
+
+// A size that fits is still used.
+TEST(HostileInput, SharedMemorySizesWithinDevShmRun) {
+    qortest::RunResult run =
+        qortest::runPing({"-shmRcvSize", "20000000", "-numSamples", "1", "-sendPeriod", "0"});
+    EXPECT_EQ(1, run.exitStatus) << run.output;
+    EXPECT_NE(std::string::npos, run.output.find("Sending data...   value: 0000000")) << run.output;
+}
+
 // Every line is in the output file as soon as it is printed: a subscriber without a timeout
 // wakes every 30 s only, and its "Listening..." line must not wait for that.
 TEST(HostileInput, EveryLineReachesTheOutputFileWhenItIsPrinted) {
