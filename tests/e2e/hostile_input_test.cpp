@@ -78,4 +78,73 @@ TEST(HostileInput, EveryLineReachesTheOutputFileWhenItIsPrinted) {
     subscriber->wait(10);
 }
 
+// Names that Fast DDS cannot carry whole are refused when the topic is created; 251
+// characters still go.
+TEST(HostileInput, OverlongTopicAndTypeNamesAreRefusedNamingTheLimit) {
+    const std::string longest(251, 'n');
+    const std::string tooLong(252, 'n');
+    const struct {
+        std::vector<std::string> arguments;
+        bool refused;
+    } cases[] = {
+        {{"-topicName", tooLong}, true},
+        {{"-typeName", tooLong}, true},
+        {{"-topicName", longest}, false},
+        {{"-typeName", longest}, false},
+        {{"-topicName", std::string(248, 'n'), "-domainTag", "tag"}, true},
+        {{"-topicName", std::string(247, 'n'), "-domainTag", "tag"}, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.arguments[0] + " " + std::to_string(c.arguments[1].size()));
+        std::vector<std::string> arguments = c.arguments;
+        arguments.insert(arguments.end(), {"-numSamples", "1", "-sendPeriod", "0"});
+        qortest::RunResult run = qortest::runPing(arguments);
+        if (c.refused) {
+            EXPECT_EQ(0, run.exitStatus) << run.output;
+            EXPECT_NE(std::string::npos, run.output.find("251 characters")) << run.output;
+            EXPECT_EQ(std::string::npos, run.output.find("Sending data")) << run.output;
+        } else {
+            EXPECT_EQ(1, run.exitStatus) << run.output;
+            EXPECT_NE(std::string::npos, run.output.find("Sending data")) << run.output;
+        }
+    }
+}
+
+// At the limit, topic and type names still match: the subscriber receives. (One at a time:
+// both together would pass the 512 characters of the joined command line.)
+TEST(HostileInput, TopicAndTypeNamesAtTheLimitMatch) {
+    const std::string longest(251, 'n');
+    for (const char* option : {"-topicName", "-typeName"}) {
+        SCOPED_TRACE(option);
+        qortest::PrivateHost host;
+        std::unique_ptr<qortest::Process> subscriber =
+            host.startPing({"-subscriber", option, longest, "-timeout", "3"});
+        ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30))
+            << subscriber->output();
+        std::unique_ptr<qortest::Process> publisher =
+            host.startPing({option, longest, "-numSamples", "3", "-sendPeriod", "0.3"});
+        ASSERT_TRUE(publisher->wait(60));
+        ASSERT_TRUE(subscriber->wait(60));
+        EXPECT_NE(std::string::npos, subscriber->output().find("issue received: 0000002"))
+            << subscriber->output();
+    }
+}
+
+// A topic name that carries the domain tag's separator could reach a tagged subscriber from
+// an untagged publisher; such names are refused.
+TEST(HostileInput, ATopicNameCannotForgeTheDomainTag) {
+    qortest::PrivateHost host;
+    std::unique_ptr<qortest::Process> subscriber =
+        host.startPing({"-subscriber", "-domainTag", "X", "-timeout", "4"});
+    ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30));
+    std::unique_ptr<qortest::Process> publisher = host.startPing(
+        {"-topicName", std::string("PingTopic\035X"), "-numSamples", "4", "-sendPeriod", "0.2"});
+    ASSERT_TRUE(publisher->wait(60));
+    ASSERT_TRUE(subscriber->wait(60));
+    EXPECT_EQ(0, publisher->exitStatus()) << publisher->output();
+    EXPECT_NE(std::string::npos, publisher->output().find("0x1d")) << publisher->output();
+    EXPECT_EQ(std::string::npos, subscriber->output().find("issue received"))
+        << subscriber->output();
+}
+
 }  // namespace
