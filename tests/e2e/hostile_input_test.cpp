@@ -147,4 +147,38 @@ TEST(HostileInput, ATopicNameCannotForgeTheDomainTag) {
         << subscriber->output();
 }
 
+// A publisher stopped (SIGSTOP) past its participant's lease is lost; when it goes on it is
+// matched again and alive again: the alive line and the tally come back.
+TEST(HostileInput, APublisherStoppedPastItsLeaseIsAliveAgainWhenItGoesOn) {
+    const std::string alive = "Found 1 additional alive ping publishers(s).";
+    qortest::PrivateHost host;
+    std::unique_ptr<qortest::Process> subscriber = host.startPing({"-subscriber"});
+    ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30));
+    std::unique_ptr<qortest::Process> publisher =
+        host.startPing({"-sendPeriod", "0.2", "-numSamples", "200"});
+    ASSERT_TRUE(waitForOutput(*subscriber, "issue received", 30)) << subscriber->output();
+    publisher->signal(SIGSTOP);
+    ASSERT_TRUE(waitForOutput(*subscriber, "Detected loss of 1 ping publishers(s).", 30))
+        << subscriber->output();
+    publisher->signal(SIGCONT);
+    std::string output;
+    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (std::chrono::steady_clock::now() < end) {
+        output = subscriber->output();
+        size_t first = output.find(alive);
+        if (first != std::string::npos && output.find(alive, first + 1) != std::string::npos) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    size_t lost = output.find("Detected loss of 1 ping publishers(s).");
+    ASSERT_NE(std::string::npos, lost) << output;
+    size_t again = output.find(alive, lost);
+    ASSERT_NE(std::string::npos, again) << output;
+    EXPECT_NE(std::string::npos, output.find("Current alive publisher tally is: 1", again))
+        << output;
+    publisher->signal(SIGKILL);
+    subscriber->signal(SIGKILL);
+}
+
 }  // namespace
