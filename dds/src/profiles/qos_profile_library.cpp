@@ -1,6 +1,9 @@
 #include "profiles/qos_profile_library.h"
 
+#include <fcntl.h>
 #include <fnmatch.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -28,24 +31,45 @@ bool is(const char* name, const char* expected) {
     return std::strcmp(name, expected) == 0;
 }
 
+// Reads a regular file of at most qos_file_size_limit bytes. It is opened without waiting,
+// so that a FIFO cannot hold the run, and read no further than one byte past the limit, so
+// that a file that grows (or a device that never ends) cannot fill the memory.
 bool read_file(const std::string& path, std::string& text, XmlProblems& problems) {
-    FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) {
+    int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) {
         problems.at_line(0, "cannot open the file: %s", std::strerror(errno));
         return false;
     }
-    char buffer[4096];
-    size_t count = 0;
-    while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) {
-        text.append(buffer, count);
+    struct stat status;
+    bool ok = true;
+    if (fstat(descriptor, &status) != 0) {
+        problems.at_line(0, "cannot read the file: %s", std::strerror(errno));
+        ok = false;
+    } else if (!S_ISREG(status.st_mode)) {
+        problems.at_line(0, "not a regular file");
+        ok = false;
     }
-    bool failed = std::ferror(file) != 0;
-    int error = errno;
-    std::fclose(file);
-    if (failed) {
-        problems.at_line(0, "cannot read the file: %s", std::strerror(error));
+    char buffer[65536];
+    while (ok) {
+        ssize_t count = ::read(descriptor, buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            problems.at_line(0, "cannot read the file: %s", std::strerror(errno));
+            ok = false;
+        } else if (count == 0) {
+            break;
+        } else if (text.size() + static_cast<size_t>(count) > qos_file_size_limit) {
+            problems.at_line(0, "larger than %zu bytes, the limit of a QoS file",
+                             qos_file_size_limit);
+            ok = false;
+        } else {
+            text.append(buffer, static_cast<size_t>(count));
+        }
     }
-    return !failed;
+    ::close(descriptor);
+    return ok;
 }
 
 // tinyxml2's error name and, where it has one, what it stopped at.

@@ -1,6 +1,7 @@
 // QoS profile sources: what the factory loads from XML, and how it refuses bad sources.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -50,6 +51,12 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
         "<dds><qos_library name='Good'><qos_profile name='P'/></qos_library></dds>";
     std::string directory = testing::TempDir() + "qos_directory";
     mkdir(directory.c_str(), 0700);
+    // Nothing ever writes into it: opening it for reading would wait for ever.
+    std::string fifo = testing::TempDir() + "qos_fifo";
+    unlink(fifo.c_str());
+    mkfifo(fifo.c_str(), 0600);
+    // One byte past the limit, in whitespace that would otherwise parse.
+    std::string oversized = "<dds/>" + std::string(qordds::qos_file_size_limit - 5, ' ');
     const struct {
         const char* what;
         std::string text;  // written to a file, unless `path` names one already
@@ -79,7 +86,11 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
          ", line 2: base profiles of 'L::A' lead back to themselves"},
         {"missing_file", "", ": cannot open the file: No such file or directory",
          testing::TempDir() + "no_such_file.xml"},
-        {"directory", "", ": cannot read the file: Is a directory", directory},
+        {"directory", "", ": not a regular file", directory},
+        {"fifo", "", ": not a regular file", fifo},
+        {"endless_device", "", ": not a regular file", "/dev/zero"},
+        {"random_device", "", ": not a regular file", "/dev/urandom"},
+        {"oversized", oversized, ": larger than 8388608 bytes, the limit of a QoS file"},
         {"empty_file", "", ": malformed XML (XML_ERROR_EMPTY_DOCUMENT)"},
         {"wrong_root", "<profiles>\n<qos_library name='L'/></profiles>",
          ", line 1: the root element is <profiles>, not <dds>"},
