@@ -191,6 +191,9 @@ class QosProfileLoader {
     void finish_source(const XmlProblems& problems) {
         if (problems.count() > 0) {
             ++failed_sources_;
+            if (problems.unreported() > 0) {
+                log(LogKind::Error, "QoS profiles", "... and %d more", problems.unreported());
+            }
             log(LogKind::Error, "QoS profiles", "%s is not used", problems.source().c_str());
         }
     }
@@ -208,6 +211,10 @@ class QosProfileLoader {
                              "the root element is <%s>, not <dds>",
                              root != nullptr ? root->Name() : "");
             return;
+        }
+        for (const XMLElement* extra = root->NextSiblingElement(); extra != nullptr;
+             extra = extra->NextSiblingElement()) {
+            problems.at(*extra, "a second root element <%s> after <dds>", extra->Name());
         }
         each_child(*root, problems, [&](const XMLElement& child) {
             if (!is(child.Name(), "qos_library")) {

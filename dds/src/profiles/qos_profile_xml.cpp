@@ -36,9 +36,13 @@ void XmlProblems::at_line(int line, const char* format, ...) {
     va_end(args);
 }
 
+int XmlProblems::unreported() const {
+    return report_ && count_ > reported_problem_limit ? count_ - reported_problem_limit : 0;
+}
+
 void XmlProblems::report(int line, const char* format, va_list args) {
     ++count_;
-    if (!report_) {
+    if (!report_ || count_ > reported_problem_limit) {
         return;
     }
     char message[512];

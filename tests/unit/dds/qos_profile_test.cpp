@@ -94,6 +94,7 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
         {"empty_file", "", ": malformed XML (XML_ERROR_EMPTY_DOCUMENT)"},
         {"wrong_root", "<profiles>\n<qos_library name='L'/></profiles>",
          ", line 1: the root element is <profiles>, not <dds>"},
+        {"two_roots", "<dds/>\n<dds/>", ", line 2: a second root element <dds> after <dds>"},
         {"duplicate_of_other_source", good,
          ", line 1: profile 'Good::P' is defined twice (first in the string profile, line 1)"},
         {"unknown_attribute", profile("", " bogus='1'"),
@@ -125,6 +126,31 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
         EXPECT_NE(logged.find(path + " is not used"), std::string::npos) << logged;
         EXPECT_EQ(loadedLibraries(), "Good");
     }
+}
+
+// A source with a flood of problems lists the first twenty and counts the rest.
+TEST(QosProfileSources, OnlyTheFirstTwentyProblemsOfASourceAreListed) {
+    std::string body;
+    for (int i = 0; i < 200000; ++i) {
+        body += "<bogus/>\n";
+    }
+    std::string path = qortest::writeTempFile(
+        "flood.xml", profile("<datawriter_qos>\n" + body + "</datawriter_qos>"));
+    DDSDomainParticipantFactory* factory = DDSDomainParticipantFactory::get_instance();
+    DDS_ReturnCode_t rc = DDS_RETCODE_OK;
+    std::string logged =
+        qortest::captureStdout([&] { rc = factory->set_qos(sources("<dds/>", "file://" + path)); });
+    EXPECT_EQ(rc, DDS_RETCODE_BAD_PARAMETER);
+    size_t listed = 0;
+    for (size_t at = logged.find("unknown element <bogus>"); at != std::string::npos;
+         at = logged.find("unknown element <bogus>", at + 1)) {
+        ++listed;
+    }
+    EXPECT_EQ(listed, 20u);
+    EXPECT_NE(logged.find(path + ", line 24: unknown element <bogus>"), std::string::npos);
+    EXPECT_EQ(logged.find(path + ", line 25: "), std::string::npos);
+    EXPECT_NE(logged.find("... and 199980 more\n"), std::string::npos) << logged.substr(0, 3000);
+    EXPECT_NE(logged.find(path + " is not used"), std::string::npos);
 }
 
 const char* const values_document = R"(<dds><qos_library name="L">
