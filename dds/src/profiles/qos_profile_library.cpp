@@ -169,18 +169,43 @@ class QosProfileLoader {
                 finish_source(problems);
             }
         }
+        // Each chain is walked once: a profile already known to end well ends the walk.
+        // A walk that meets its own path has found a loop, charged to the profile it started
+        // from, whose base is cut; the profiles between that one and the loop are walked again
+        // on their own turn, as they may lead into the loop themselves.
+        enum Walk { Unseen, OnPath, Ends };
+        std::map<const QosProfile*, Walk> walk;
         for (auto& profile : library_.profiles_) {
-            std::set<const QosProfile*> seen;
-            for (const QosProfile* step = profile.get(); step != nullptr; step = step->base) {
-                if (!seen.insert(step).second) {
-                    XmlProblems problems(profile->source);
-                    problems.at_line(profile->line,
-                                     "base profiles of '%s::%s' lead back to themselves",
-                                     profile->library.c_str(), profile->name.c_str());
-                    finish_source(problems);
-                    profile->base = nullptr;  // so that nothing walks the loop again
-                    break;
+            walk[profile.get()] = Unseen;
+        }
+        std::vector<const QosProfile*> path;
+        for (auto& profile : library_.profiles_) {
+            if (walk[profile.get()] != Unseen) {
+                continue;
+            }
+            path.clear();
+            const QosProfile* step = profile.get();
+            while (step != nullptr && walk[step] == Unseen) {
+                walk[step] = OnPath;
+                path.push_back(step);
+                step = step->base;
+            }
+            if (step != nullptr && walk[step] == OnPath) {
+                XmlProblems problems(profile->source);
+                problems.at_line(profile->line, "base profiles of '%s::%s' lead back to themselves",
+                                 profile->library.c_str(), profile->name.c_str());
+                finish_source(problems);
+                profile->base = nullptr;  // so that nothing walks the loop again
+                for (size_t i = 1; i < path.size() && step != profile.get(); ++i) {
+                    walk[path[i]] = Unseen;
                 }
+                if (step != profile.get()) {
+                    walk[profile.get()] = Ends;
+                    continue;
+                }
+            }
+            for (const QosProfile* done : path) {
+                walk[done] = Ends;
             }
         }
     }
@@ -277,6 +302,7 @@ class QosProfileLoader {
                         library, name, earlier->source.c_str(), earlier->line);
             return;
         }
+        library_.index_[{profile->library, profile->name}] = profile.get();
         library_.profiles_.push_back(std::move(profile));
     }
 
@@ -345,8 +371,9 @@ std::shared_ptr<const QosProfileLibrary> QosProfileLibrary::load(
 
 std::vector<std::string> QosProfileLibrary::library_names() const {
     std::vector<std::string> names;
+    std::set<std::string> seen;
     for (const auto& profile : profiles_) {
-        if (std::find(names.begin(), names.end(), profile->library) == names.end()) {
+        if (seen.insert(profile->library).second) {
             names.push_back(profile->library);
         }
     }
@@ -365,12 +392,8 @@ std::vector<std::string> QosProfileLibrary::profile_names(const std::string& lib
 
 const QosProfile* QosProfileLibrary::find(const std::string& library,
                                           const std::string& profile) const {
-    for (const auto& candidate : profiles_) {
-        if (candidate->library == library && candidate->name == profile) {
-            return candidate.get();
-        }
-    }
-    return nullptr;
+    auto found = index_.find({library, profile});
+    return found != index_.end() ? found->second : nullptr;
 }
 
 const QosProfile* QosProfileLibrary::default_profile() const {

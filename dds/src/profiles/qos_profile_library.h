@@ -3,8 +3,10 @@
 #ifndef QOR_DDS_SRC_QOS_PROFILE_LIBRARY_H
 #define QOR_DDS_SRC_QOS_PROFILE_LIBRARY_H
 
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qordds/qos.h"
@@ -61,6 +63,8 @@ class QosProfileLibrary {
   private:
     std::vector<std::unique_ptr<tinyxml2::XMLDocument>> documents_;
     std::vector<std::unique_ptr<QosProfile>> profiles_;
+    // Every profile by library and name: loading and lookups stay O(log n) per profile.
+    std::map<std::pair<std::string, std::string>, const QosProfile*> index_;
 
     friend class QosProfileLoader;
 };

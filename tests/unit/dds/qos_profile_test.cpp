@@ -84,6 +84,10 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
          "<dds><qos_library name='L'>\n<qos_profile name='A' base_name='B'/>\n<qos_profile "
          "name='B' base_name='L::A'/></qos_library></dds>",
          ", line 2: base profiles of 'L::A' lead back to themselves"},
+        {"loop_further_on",
+         "<dds><qos_library name='L'>\n<qos_profile name='P' base_name='A'/>\n<qos_profile "
+         "name='A' base_name='B'/>\n<qos_profile name='B' base_name='A'/></qos_library></dds>",
+         ", line 3: base profiles of 'L::A' lead back to themselves"},
         {"missing_file", "", ": cannot open the file: No such file or directory",
          testing::TempDir() + "no_such_file.xml"},
         {"directory", "", ": not a regular file", directory},
