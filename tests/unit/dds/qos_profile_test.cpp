@@ -98,6 +98,23 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
         {"empty_file", "", ": malformed XML (XML_ERROR_EMPTY_DOCUMENT)"},
         {"wrong_root", "<profiles>\n<qos_library name='L'/></profiles>",
          ", line 1: the root element is <profiles>, not <dds>"},
+        {"participant_id_out_of_range",
+         profile("<domain_participant_qos><wire_protocol>\n<participant_id>2147483647</"
+                 "participant_id></wire_protocol></domain_participant_qos>"),
+         ", line 5: value '2147483647' of <participant_id> is out of range (-1 to 29062)"},
+        {"no_transport",
+         profile("<domain_participant_qos><transport_builtin>\n<mask>MASK_NONE</mask></"
+                 "transport_builtin></domain_participant_qos>"),
+         ", line 5: <mask> enables no built-in transport (UDPv4, SHMEM or UDPv6)"},
+        {"bad_peer",
+         profile("<domain_participant_qos><discovery><initial_peers><element>host1</element>\n"
+                 "<element>not a peer!!</element></initial_peers></discovery>"
+                 "</domain_participant_qos>"),
+         ", line 5: peer 'not a peer!!': 'not a peer!!' is neither an address nor a host name"},
+        {"bad_peer_index",
+         profile("<domain_participant_qos><discovery><initial_peers>\n<element>99@host1</element>"
+                 "</initial_peers></discovery></domain_participant_qos>"),
+         ", line 5: peer '99@host1': '99' before '@' is not a participant index from 0 to 62"},
         {"two_roots", "<dds/>\n<dds/>", ", line 2: a second root element <dds> after <dds>"},
         {"duplicate_of_other_source", good,
          ", line 1: profile 'Good::P' is defined twice (first in the string profile, line 1)"},
