@@ -45,9 +45,10 @@ bool OfferedDeadline::next_miss(Clock::time_point* when) const {
     return true;
 }
 
-std::vector<DDS_OfferedDeadlineMissedStatus> OfferedDeadline::expire(Clock::time_point now) {
+std::vector<DDS_OfferedDeadlineMissedStatus> OfferedDeadline::expire(Clock::time_point now,
+                                                                     size_t limit) {
     std::vector<Key> missed;
-    while (!by_deadline_.empty() && by_deadline_.begin()->first <= now) {
+    while (!by_deadline_.empty() && by_deadline_.begin()->first <= now && missed.size() < limit) {
         missed.push_back(by_deadline_.begin()->second);
         by_deadline_.erase(by_deadline_.begin());
     }

@@ -22,6 +22,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <utility>
@@ -50,8 +51,10 @@ class OfferedDeadline {
     bool next_miss(Clock::time_point* when) const;
 
     // One status per instance whose deadline has passed by `now`, in the order of their
-    // deadlines; each such instance then owes a sample one period from `now`.
-    std::vector<DDS_OfferedDeadlineMissedStatus> expire(Clock::time_point now);
+    // deadlines, at most `limit` of them (the first ones); each such instance then owes a
+    // sample one period from `now`.
+    std::vector<DDS_OfferedDeadlineMissedStatus> expire(Clock::time_point now,
+                                                        size_t limit = SIZE_MAX);
 
   private:
     typedef std::array<unsigned char, 16> Key;
