@@ -19,6 +19,15 @@ DDS_ReturnCode_t DDSDomainParticipant::enable() {
     if (fast->is_enabled()) {
         return DDS_RETCODE_OK;
     }
+    if ((impl_->transports.mask & DDS_TRANSPORTBUILTIN_SHMEM) != 0) {
+        std::string problem =
+            qordds::shmem_segment_problem(impl_->transports.shmem, qordds::dev_shm_free_bytes());
+        if (!problem.empty()) {
+            qordds::log(qordds::LogKind::Error, "DDSDomainParticipant::enable", "%s",
+                        problem.c_str());
+            return DDS_RETCODE_BAD_PARAMETER;
+        }
+    }
     try {
         fd::DomainParticipantQos qos = fast->get_qos();
         qos.transport().user_transports =

@@ -147,12 +147,12 @@ DDSTopic* DDSDomainParticipant::create_topic(const char* topic_name, const char*
     if (qordds::translate_topic_qos(effective, fast_qos, context) != DDS_RETCODE_OK) {
         return nullptr;
     }
-    std::string wire_name = qordds::wire_topic_name(impl_->qos, topic_name);
-    if (wire_name.empty()) {
-        qordds::log(qordds::LogKind::Error, context,
-                    "topic name and domain tag together exceed what Fast DDS keeps");
+    std::string problem = qordds::topic_name_problem(impl_->qos, topic_name, type_name);
+    if (!problem.empty()) {
+        qordds::log(qordds::LogKind::Error, context, "%s", problem.c_str());
         return nullptr;
     }
+    std::string wire_name = qordds::wire_topic_name(impl_->qos, topic_name);
     fdds::Topic* fast = nullptr;
     try {
         fast = impl_->fast->create_topic(wire_name, type_name, fast_qos);

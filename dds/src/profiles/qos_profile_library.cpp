@@ -1,6 +1,9 @@
 #include "profiles/qos_profile_library.h"
 
+#include <fcntl.h>
 #include <fnmatch.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -28,24 +31,45 @@ bool is(const char* name, const char* expected) {
     return std::strcmp(name, expected) == 0;
 }
 
+// Reads a regular file of at most qos_file_size_limit bytes. It is opened without waiting,
+// so that a FIFO cannot hold the run, and read no further than one byte past the limit, so
+// that a file that grows (or a device that never ends) cannot fill the memory.
 bool read_file(const std::string& path, std::string& text, XmlProblems& problems) {
-    FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) {
+    int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) {
         problems.at_line(0, "cannot open the file: %s", std::strerror(errno));
         return false;
     }
-    char buffer[4096];
-    size_t count = 0;
-    while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) {
-        text.append(buffer, count);
+    struct stat status;
+    bool ok = true;
+    if (fstat(descriptor, &status) != 0) {
+        problems.at_line(0, "cannot read the file: %s", std::strerror(errno));
+        ok = false;
+    } else if (!S_ISREG(status.st_mode)) {
+        problems.at_line(0, "not a regular file");
+        ok = false;
     }
-    bool failed = std::ferror(file) != 0;
-    int error = errno;
-    std::fclose(file);
-    if (failed) {
-        problems.at_line(0, "cannot read the file: %s", std::strerror(error));
+    char buffer[65536];
+    while (ok) {
+        ssize_t count = ::read(descriptor, buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            problems.at_line(0, "cannot read the file: %s", std::strerror(errno));
+            ok = false;
+        } else if (count == 0) {
+            break;
+        } else if (text.size() + static_cast<size_t>(count) > qos_file_size_limit) {
+            problems.at_line(0, "larger than %zu bytes, the limit of a QoS file",
+                             qos_file_size_limit);
+            ok = false;
+        } else {
+            text.append(buffer, static_cast<size_t>(count));
+        }
     }
-    return !failed;
+    ::close(descriptor);
+    return ok;
 }
 
 // tinyxml2's error name and, where it has one, what it stopped at.
@@ -145,18 +169,43 @@ class QosProfileLoader {
                 finish_source(problems);
             }
         }
+        // Each chain is walked once: a profile already known to end well ends the walk.
+        // A walk that meets its own path has found a loop, charged to the profile it started
+        // from, whose base is cut; the profiles between that one and the loop are walked again
+        // on their own turn, as they may lead into the loop themselves.
+        enum Walk { Unseen, OnPath, Ends };
+        std::map<const QosProfile*, Walk> walk;
         for (auto& profile : library_.profiles_) {
-            std::set<const QosProfile*> seen;
-            for (const QosProfile* step = profile.get(); step != nullptr; step = step->base) {
-                if (!seen.insert(step).second) {
-                    XmlProblems problems(profile->source);
-                    problems.at_line(profile->line,
-                                     "base profiles of '%s::%s' lead back to themselves",
-                                     profile->library.c_str(), profile->name.c_str());
-                    finish_source(problems);
-                    profile->base = nullptr;  // so that nothing walks the loop again
-                    break;
+            walk[profile.get()] = Unseen;
+        }
+        std::vector<const QosProfile*> path;
+        for (auto& profile : library_.profiles_) {
+            if (walk[profile.get()] != Unseen) {
+                continue;
+            }
+            path.clear();
+            const QosProfile* step = profile.get();
+            while (step != nullptr && walk[step] == Unseen) {
+                walk[step] = OnPath;
+                path.push_back(step);
+                step = step->base;
+            }
+            if (step != nullptr && walk[step] == OnPath) {
+                XmlProblems problems(profile->source);
+                problems.at_line(profile->line, "base profiles of '%s::%s' lead back to themselves",
+                                 profile->library.c_str(), profile->name.c_str());
+                finish_source(problems);
+                profile->base = nullptr;  // so that nothing walks the loop again
+                for (size_t i = 1; i < path.size() && step != profile.get(); ++i) {
+                    walk[path[i]] = Unseen;
                 }
+                if (step != profile.get()) {
+                    walk[profile.get()] = Ends;
+                    continue;
+                }
+            }
+            for (const QosProfile* done : path) {
+                walk[done] = Ends;
             }
         }
     }
@@ -167,6 +216,9 @@ class QosProfileLoader {
     void finish_source(const XmlProblems& problems) {
         if (problems.count() > 0) {
             ++failed_sources_;
+            if (problems.unreported() > 0) {
+                log(LogKind::Error, "QoS profiles", "... and %d more", problems.unreported());
+            }
             log(LogKind::Error, "QoS profiles", "%s is not used", problems.source().c_str());
         }
     }
@@ -184,6 +236,10 @@ class QosProfileLoader {
                              "the root element is <%s>, not <dds>",
                              root != nullptr ? root->Name() : "");
             return;
+        }
+        for (const XMLElement* extra = root->NextSiblingElement(); extra != nullptr;
+             extra = extra->NextSiblingElement()) {
+            problems.at(*extra, "a second root element <%s> after <dds>", extra->Name());
         }
         each_child(*root, problems, [&](const XMLElement& child) {
             if (!is(child.Name(), "qos_library")) {
@@ -246,6 +302,7 @@ class QosProfileLoader {
                         library, name, earlier->source.c_str(), earlier->line);
             return;
         }
+        library_.index_[{profile->library, profile->name}] = profile.get();
         library_.profiles_.push_back(std::move(profile));
     }
 
@@ -314,8 +371,9 @@ std::shared_ptr<const QosProfileLibrary> QosProfileLibrary::load(
 
 std::vector<std::string> QosProfileLibrary::library_names() const {
     std::vector<std::string> names;
+    std::set<std::string> seen;
     for (const auto& profile : profiles_) {
-        if (std::find(names.begin(), names.end(), profile->library) == names.end()) {
+        if (seen.insert(profile->library).second) {
             names.push_back(profile->library);
         }
     }
@@ -334,12 +392,8 @@ std::vector<std::string> QosProfileLibrary::profile_names(const std::string& lib
 
 const QosProfile* QosProfileLibrary::find(const std::string& library,
                                           const std::string& profile) const {
-    for (const auto& candidate : profiles_) {
-        if (candidate->library == library && candidate->name == profile) {
-            return candidate.get();
-        }
-    }
-    return nullptr;
+    auto found = index_.find({library, profile});
+    return found != index_.end() ? found->second : nullptr;
 }
 
 const QosProfile* QosProfileLibrary::default_profile() const {

@@ -3,8 +3,10 @@
 #ifndef QOR_DDS_SRC_QOS_PROFILE_LIBRARY_H
 #define QOR_DDS_SRC_QOS_PROFILE_LIBRARY_H
 
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qordds/qos.h"
@@ -15,6 +17,10 @@ class XMLElement;
 }  // namespace tinyxml2
 
 namespace qordds {
+
+// The largest QoS file read: QoS documents take kilobytes, and 100,000 profiles fit in 3 MB.
+// Anything that is not a regular file is refused as well.
+const size_t qos_file_size_limit = 8 * 1024 * 1024;
 
 // One qos_profile element and its QoS elements, in document order.
 struct QosProfile {
@@ -57,6 +63,8 @@ class QosProfileLibrary {
   private:
     std::vector<std::unique_ptr<tinyxml2::XMLDocument>> documents_;
     std::vector<std::unique_ptr<QosProfile>> profiles_;
+    // Every profile by library and name: loading and lookups stay O(log n) per profile.
+    std::map<std::pair<std::string, std::string>, const QosProfile*> index_;
 
     friend class QosProfileLoader;
 };

@@ -13,6 +13,8 @@
 #include <tinyxml2.h>
 
 #include "log/log.h"
+#include "qos/participant_qos_translation.h"
+#include "qos/peer_locators.h"
 
 namespace qordds {
 
@@ -36,9 +38,13 @@ void XmlProblems::at_line(int line, const char* format, ...) {
     va_end(args);
 }
 
+int XmlProblems::unreported() const {
+    return report_ && count_ > reported_problem_limit ? count_ - reported_problem_limit : 0;
+}
+
 void XmlProblems::report(int line, const char* format, va_list args) {
     ++count_;
-    if (!report_) {
+    if (!report_ || count_ > reported_problem_limit) {
         return;
     }
     char message[512];
@@ -113,6 +119,8 @@ bool parse_integer(const std::string& text, long long& value, bool hex_too = fal
 }
 
 const Named no_names[] = {{"", 0}};
+const int32_t builtin_transports =
+    DDS_TRANSPORTBUILTIN_UDPv4 | DDS_TRANSPORTBUILTIN_SHMEM | DDS_TRANSPORTBUILTIN_UDPv6;
 const Named length_names[] = {{"LENGTH_UNLIMITED", DDS_LENGTH_UNLIMITED}};
 const Named seconds_names[] = {{"DURATION_INFINITE_SEC", DDS_DURATION_INFINITE_SEC},
                                {"DURATION_ZERO_SEC", DDS_DURATION_ZERO_SEC}};
@@ -598,7 +606,10 @@ void read_wire_protocol(Reader& reader, const XMLElement& element,
     reader.children(element, [&](const XMLElement& child) {
         long long value = 0;
         if (is(child.Name(), "participant_id")) {
-            reader.int32(child, -1, policy.participant_id);
+            // The widest range, domain 0's; a higher domain narrows it at creation.
+            if (reader.integer(child, -1, largest_participant_id(0), no_names, value)) {
+                policy.participant_id = static_cast<int32_t>(value);
+            }
         } else if (is(child.Name(), "rtps_app_id")) {
             if (reader.integer(child, 0, UINT32_MAX, app_id_names, value, true)) {
                 policy.rtps_app_id = static_cast<uint32_t>(value);
@@ -652,11 +663,32 @@ bool read_participant_policy(Reader& reader, const XMLElement& child,
         read_wire_protocol(reader, child, qos.wire_protocol);
     } else if (is(name, "transport_builtin")) {
         read_single(reader, child, "mask", [&](const XMLElement& e) {
-            reader.mask(e, transport_mask_names, qos.transport_builtin.mask);
+            int32_t mask = qos.transport_builtin.mask;
+            reader.mask(e, transport_mask_names, mask);
+            if ((mask & builtin_transports) == 0) {
+                reader.problems().at(
+                    e, "<mask> enables no built-in transport (UDPv4, SHMEM or UDPv6)");
+            } else {
+                qos.transport_builtin.mask = mask;
+            }
         });
     } else if (is(name, "discovery")) {
-        read_single(reader, child, "initial_peers",
-                    [&](const XMLElement& e) { reader.strings(e, qos.discovery.initial_peers); });
+        read_single(reader, child, "initial_peers", [&](const XMLElement& e) {
+            reader.strings(e, qos.discovery.initial_peers);
+            // Each peer's form, at its own line; names are resolved at creation.
+            for (const XMLElement* peer = e.FirstChildElement("element"); peer != nullptr;
+                 peer = peer->NextSiblingElement("element")) {
+                XmlProblems already_reported("", false);
+                std::string text;
+                if (!value_text(*peer, text, already_reported)) {
+                    continue;
+                }
+                std::string why = peer_text_problem(text.c_str());
+                if (!why.empty()) {
+                    reader.problems().at(*peer, "peer '%s': %s", text.c_str(), why.c_str());
+                }
+            }
+        });
     } else if (is(name, "discovery_config")) {
         read_discovery_config(reader, child, qos.discovery_config);
     } else if (is(name, "resource_limits")) {

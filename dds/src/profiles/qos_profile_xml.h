@@ -16,9 +16,12 @@ class XMLNode;
 
 namespace qordds {
 
-// Collects the problems of one XML source. While reporting, each one is logged as an error
-// that names the source, the line and the element or value; a source already checked is read
-// again without reporting.
+const int reported_problem_limit = 20;
+
+// Collects the problems of one XML source. While reporting, each of the first
+// reported_problem_limit is logged as an error that names the source, the line and the
+// element or value; the rest are only counted. A source already checked is read again
+// without reporting.
 class XmlProblems {
   public:
     explicit XmlProblems(std::string source, bool report = true);
@@ -28,6 +31,8 @@ class XmlProblems {
     void at_line(int line, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
     int count() const { return count_; }
+    // Problems counted but not logged.
+    int unreported() const;
     const std::string& source() const { return source_; }
 
   private:

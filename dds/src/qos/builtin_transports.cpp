@@ -1,6 +1,11 @@
 #include "qos/builtin_transports.h"
 
+#include <sys/statvfs.h>
+
 #include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
 
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
 #include <fastdds/rtps/transport/UDPv6TransportDescriptor.h>
@@ -166,6 +171,43 @@ DDS_BuiltinTransportProperty_t workable_transport_property(
     DDS_TransportBuiltinKind kind, const DDS_BuiltinTransportProperty_t& property) {
     return kind == DDS_TRANSPORTBUILTIN_SHMEM ? workable_shmem(property)
                                               : workable_udp(kind, property);
+}
+
+std::string shmem_segment_problem(const DDS_BuiltinTransportProperty_t& property,
+                                  unsigned long long free_bytes) {
+    // The segment as workable_shmem() makes it, without its warnings.
+    int32_t asked = property.receive_buffer_size > 0 ? property.receive_buffer_size
+                                                     : shmem_default_segment_size;
+    unsigned long long segment =
+        static_cast<unsigned long long>(std::max(asked, smallest_working_message_size));
+    // Fast DDS's bookkeeping in the segment and the port queues beside it: a quarter more
+    // and a megabyte cover them with room to spare.
+    unsigned long long needed = segment + segment / 4 + 1024ull * 1024ull;
+    char text[160];
+    if (needed > UINT32_MAX) {
+        std::snprintf(text, sizeof text,
+                      "shared memory receive buffer size %llu exceeds the 32-bit size of a "
+                      "/dev/shm segment",
+                      segment);
+        return text;
+    }
+    if (needed > free_bytes) {
+        std::snprintf(text, sizeof text,
+                      "shared memory receive buffer size %llu does not fit in /dev/shm (%llu "
+                      "bytes free)",
+                      segment, free_bytes);
+        return text;
+    }
+    return std::string();
+}
+
+unsigned long long dev_shm_free_bytes() {
+    struct statvfs status;
+    if (statvfs("/dev/shm", &status) != 0) {
+        return ULLONG_MAX;
+    }
+    return static_cast<unsigned long long>(status.f_bavail) *
+           static_cast<unsigned long long>(status.f_frsize);
 }
 
 TransportDescriptors make_transport_descriptors(const BuiltinTransports& transports) {

@@ -4,6 +4,7 @@
 #define QOR_DDS_SRC_BUILTIN_TRANSPORTS_H
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <fastdds/rtps/transport/TransportDescriptorInterface.h>
@@ -43,6 +44,16 @@ const char* invalid_transport_property(const DDS_BuiltinTransportProperty_t& pro
 // is logged as a warning.
 DDS_BuiltinTransportProperty_t workable_transport_property(
     DDS_TransportBuiltinKind kind, const DDS_BuiltinTransportProperty_t& property);
+
+// Why the shared-memory transport of this property cannot be created here, or "" when it can.
+// Fast DDS maps its whole segment (the receive buffer size, plus its own bookkeeping) from a
+// file in /dev/shm and fills it as it goes: a segment beyond the free space there ends the
+// process with SIGBUS at some later write, and one beyond 32 bits is cut short. `free_bytes`
+// is the free space of /dev/shm.
+std::string shmem_segment_problem(const DDS_BuiltinTransportProperty_t& property,
+                                  unsigned long long free_bytes);
+// The free space of /dev/shm, in bytes; ULLONG_MAX (no limit) when it cannot be told.
+unsigned long long dev_shm_free_bytes();
 
 typedef std::vector<std::shared_ptr<eprosima::fastdds::rtps::TransportDescriptorInterface>>
     TransportDescriptors;

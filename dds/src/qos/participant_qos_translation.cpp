@@ -15,13 +15,6 @@ const char* const context = "DDSDomainParticipantFactory::create_participant";
 const DDS_TransportBuiltinKindMask known_transports =
     DDS_TRANSPORTBUILTIN_UDPv4 | DDS_TRANSPORTBUILTIN_SHMEM | DDS_TRANSPORTBUILTIN_UDPv6;
 
-// The largest index whose user-traffic port (the highest a participant opens) stays in range.
-int32_t largest_participant_id(DDS_DomainId_t domain_id) {
-    fr::PortParameters ports;
-    return (65535 - ports.portBase - ports.domainIDGain * domain_id - ports.offsetd3) /
-           ports.participantIDGain;
-}
-
 bool translate_wire_protocol(const DDS_WireProtocolQosPolicy& wire, DDS_DomainId_t domain_id,
                              fd::DomainParticipantQos& fast) {
     int32_t largest = largest_participant_id(domain_id);
@@ -104,6 +97,12 @@ void translate_properties(const DDS_PropertyQosPolicy& policy, fd::DomainPartici
 }
 
 }  // namespace
+
+int32_t largest_participant_id(DDS_DomainId_t domain_id) {
+    fr::PortParameters ports;
+    return (65535 - ports.portBase - ports.domainIDGain * domain_id - ports.offsetd3) /
+           ports.participantIDGain;
+}
 
 eprosima::fastrtps::Duration_t to_fast_duration(const DDS_Duration_t& duration) {
     if (duration.sec == DDS_DURATION_INFINITE_SEC) {

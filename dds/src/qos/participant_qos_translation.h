@@ -14,6 +14,10 @@ const DDS_DomainId_t largest_domain_id = 232;
 
 eprosima::fastrtps::Duration_t to_fast_duration(const DDS_Duration_t& duration);
 
+// The largest participant index whose user-traffic port (the highest a participant opens)
+// stays below 65536 in the domain.
+int32_t largest_participant_id(DDS_DomainId_t domain_id);
+
 // Everything but the transports and the GUID prefix, which are settled on the created
 // participant. False, with the reason logged, when the QoS cannot be used in that domain.
 bool translate_participant_qos(const DDS_DomainParticipantQos& qos, DDS_DomainId_t domain_id,

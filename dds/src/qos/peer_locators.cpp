@@ -37,7 +37,8 @@ bool starts_with_ignoring_case(const std::string& text, const char* prefix) {
     return strncasecmp(text.c_str(), prefix, std::strlen(prefix)) == 0;
 }
 
-bool split_peer(const char* peer, PeerText& out) {
+// Splits a peer text; on failure `why` says what is wrong with it.
+bool split_peer(const char* peer, PeerText& out, std::string& why) {
     std::string text = peer;
     size_t at = text.find('@');
     if (at != std::string::npos) {
@@ -46,9 +47,8 @@ bool split_peer(const char* peer, PeerText& out) {
         errno = 0;
         long last = std::strtol(count.c_str(), &end, 10);
         if (count.empty() || *end != '\0' || errno != 0 || last < 0 || last > largest_peer_index) {
-            log(LogKind::Error, context,
-                "peer '%s': '%s' before '@' is not a participant index from 0 to %ld", peer,
-                count.c_str(), largest_peer_index);
+            why = "'" + count + "' before '@' is not a participant index from 0 to " +
+                  std::to_string(largest_peer_index);
             return false;
         }
         out.last_index = last;
@@ -72,9 +72,32 @@ bool split_peer(const char* peer, PeerText& out) {
     }
     out.address = text;
     if (out.only == DDS_TRANSPORTBUILTIN_SHMEM ? !text.empty() : text.empty()) {
-        log(LogKind::Error, context, "peer '%s': %s", peer,
-            text.empty() ? "no address" : "shmem:// takes no address");
+        why = text.empty() ? "no address" : "shmem:// takes no address";
         return false;
+    }
+    return true;
+}
+
+// A host name as DNS writes it: labels of letters, digits, '-' and '_', joined by dots.
+bool host_name_form(const std::string& text) {
+    if (text.empty() || text.size() > 253) {
+        return false;
+    }
+    size_t label = 0;
+    for (char c : text) {
+        bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+        if (c == '.') {
+            if (label == 0) {
+                return false;
+            }
+            label = 0;
+        } else if (letter || c == '-' || c == '_') {
+            if (++label > 63) {
+                return false;
+            }
+        } else {
+            return false;
+        }
     }
     return true;
 }
@@ -179,7 +202,12 @@ void add_locators(const Address& address, const PeerText& peer, DDS_DomainId_t d
 bool add_peer_locators(const char* peer, DDS_DomainId_t domain_id,
                        DDS_TransportBuiltinKindMask mask, fr::LocatorList_t& locators) {
     PeerText text;
-    if (peer == nullptr || !split_peer(peer, text)) {
+    std::string why;
+    if (peer == nullptr) {
+        return false;
+    }
+    if (!split_peer(peer, text, why)) {
+        log(LogKind::Error, context, "peer '%s': %s", peer, why.c_str());
         return false;
     }
     std::vector<Address> addresses;
@@ -202,6 +230,23 @@ bool add_peer_locators(const char* peer, DDS_DomainId_t domain_id,
             static_cast<unsigned>(mask));
     }
     return true;
+}
+
+std::string peer_text_problem(const char* peer) {
+    PeerText text;
+    std::string why;
+    if (peer == nullptr) {
+        return "no address";
+    }
+    if (!split_peer(peer, text, why)) {
+        return why;
+    }
+    std::vector<Address> addresses;
+    if (text.only != DDS_TRANSPORTBUILTIN_SHMEM &&
+        !literal_address(text.address, text.only, addresses) && !host_name_form(text.address)) {
+        return "'" + text.address + "' is neither an address nor a host name";
+    }
+    return std::string();
 }
 
 }  // namespace qordds

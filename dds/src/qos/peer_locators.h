@@ -2,6 +2,8 @@
 #ifndef QOR_DDS_SRC_PEER_LOCATORS_H
 #define QOR_DDS_SRC_PEER_LOCATORS_H
 
+#include <string>
+
 #include <fastdds/rtps/common/Locator.h>
 
 #include "qordds/qos.h"
@@ -19,6 +21,10 @@ namespace qordds {
 bool add_peer_locators(const char* peer, DDS_DomainId_t domain_id,
                        DDS_TransportBuiltinKindMask mask,
                        eprosima::fastrtps::rtps::LocatorList_t& locators);
+
+// Why a peer text cannot name a peer, judged by its form alone (no name is resolved), or ""
+// when it can. What add_peer_locators() would refuse, but for names that do not resolve.
+std::string peer_text_problem(const char* peer);
 
 }  // namespace qordds
 

@@ -8,6 +8,12 @@
 
 namespace qordds {
 
+namespace {
+
+const size_t misses_per_batch = 64;
+
+}  // namespace
+
 struct DeadlineWatch::State {
     State(std::chrono::nanoseconds period, Report report_to)
         : deadline(period), report(std::move(report_to)) {}
@@ -72,8 +78,10 @@ void DeadlineWatch::run(const std::shared_ptr<State>& state) {
         if (state->stopping) {
             break;
         }
+        // A bounded batch under the lock: with many silent instances the misses come faster
+        // than they are reported, and a write must not wait for all of them.
         std::vector<DDS_OfferedDeadlineMissedStatus> missed =
-            state->deadline.expire(OfferedDeadline::Clock::now());
+            state->deadline.expire(OfferedDeadline::Clock::now(), misses_per_batch);
         for (const DDS_OfferedDeadlineMissedStatus& status : missed) {
             if (state->stopping) {
                 break;

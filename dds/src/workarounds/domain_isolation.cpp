@@ -3,14 +3,14 @@
 #include <fnmatch.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 
 namespace qordds {
 
 namespace {
 
-const char kTagSeparator = '\x1d';
 const char kPartitionSeparator = '\x1f';
-const size_t kFastTopicNameLimit = 255;
 
 std::vector<std::string> names_of(const DDS_StringSeq& names) {
     std::vector<std::string> result;
@@ -39,15 +39,46 @@ std::string domain_tag(const DDS_DomainParticipantQos& participant) {
     return tag == nullptr || tag->value == nullptr ? std::string() : std::string(tag->value);
 }
 
+std::string topic_name_problem(const DDS_DomainParticipantQos& participant, const char* topic_name,
+                               const char* type_name) {
+    std::string name(topic_name == nullptr ? "" : topic_name);
+    std::string tag = domain_tag(participant);
+    char text[160];
+    if (name.find(domain_tag_separator) != std::string::npos) {
+        return "the topic name holds the character 0x1d, which carries the domain tag";
+    }
+    if (tag.empty() && name.size() > wire_name_limit) {
+        std::snprintf(text, sizeof text,
+                      "the topic name of %zu characters exceeds the limit of %zu characters",
+                      name.size(), wire_name_limit);
+        return text;
+    }
+    if (!tag.empty() && name.size() + 1 + tag.size() > wire_name_limit) {
+        std::snprintf(text, sizeof text,
+                      "the topic name and domain tag of %zu characters (with a separator) "
+                      "exceed the limit of %zu characters",
+                      name.size() + 1 + tag.size(), wire_name_limit);
+        return text;
+    }
+    size_t type_length = type_name == nullptr ? 0 : std::strlen(type_name);
+    if (type_length > wire_name_limit) {
+        std::snprintf(text, sizeof text,
+                      "the type name of %zu characters exceeds the limit of %zu characters",
+                      type_length, wire_name_limit);
+        return text;
+    }
+    return std::string();
+}
+
 std::string wire_topic_name(const DDS_DomainParticipantQos& participant, const char* topic_name) {
     std::string name(topic_name == nullptr ? "" : topic_name);
     std::string tag = domain_tag(participant);
     if (tag.empty()) {
         return name;
     }
-    name += kTagSeparator;
+    name += domain_tag_separator;
     name += tag;
-    return name.size() > kFastTopicNameLimit ? std::string() : name;
+    return name.size() > wire_name_limit ? std::string() : name;
 }
 
 std::vector<std::string> wire_partitions(const DDS_DomainParticipantQos& participant,

@@ -9,8 +9,11 @@
 // participant creates its Fast DDS topics under "<topic name>\x1d<tag>". Fast DDS matches
 // only endpoints whose topic names are equal, so different tags never meet, and a tagged
 // participant never meets an untagged one. Without a tag (or with an empty one) the topic
-// name is left alone, which keeps plain DDS peers in reach. Fast DDS keeps 255 characters of
-// a topic name; longer names with a tag are refused rather than cut.
+// name is left alone, which keeps plain DDS peers in reach. A topic name that holds the
+// separator itself is refused, tagged or not: "PingTopic\x1dX" without a tag would otherwise
+// be the wire name of "PingTopic" with tag X and reach its readers. Fast DDS announces a
+// topic or type name of more than 251 characters in a form its peers drop, so that such
+// endpoints never match and nothing says so; longer names (with the tag) are refused.
 //
 // Participant partitions (DDS_DomainParticipantQos::partition). Every publisher and
 // subscriber gets the Fast DDS partition list
@@ -38,6 +41,15 @@ namespace qordds {
 
 // The participant's domain tag; empty when it has none.
 std::string domain_tag(const DDS_DomainParticipantQos& participant);
+
+// The longest topic or type name, tag included, whose endpoints still match.
+const size_t wire_name_limit = 251;
+// The separator between a topic name and the domain tag.
+const char domain_tag_separator = '\x1d';
+
+// Why the topic (or its type) cannot be created, or "" when it can.
+std::string topic_name_problem(const DDS_DomainParticipantQos& participant, const char* topic_name,
+                               const char* type_name);
 
 // The name Fast DDS knows the topic by; empty when it cannot carry the tag.
 std::string wire_topic_name(const DDS_DomainParticipantQos& participant, const char* topic_name);

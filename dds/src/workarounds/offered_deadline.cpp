@@ -17,41 +17,52 @@ OfferedDeadline::Key OfferedDeadline::key_of(const DDS_InstanceHandle_t& instanc
 }
 
 void OfferedDeadline::written(const DDS_InstanceHandle_t& instance, Clock::time_point now) {
-    owed_[key_of(instance)] = Owed{instance, now + period_};
+    Key key = key_of(instance);
+    auto found = owed_.find(key);
+    if (found != owed_.end()) {
+        by_deadline_.erase({found->second.deadline, key});
+        found->second = Owed{instance, now + period_};
+    } else {
+        owed_.emplace(key, Owed{instance, now + period_});
+    }
+    by_deadline_.insert({now + period_, key});
 }
 
 void OfferedDeadline::unregistered(const DDS_InstanceHandle_t& instance) {
-    owed_.erase(key_of(instance));
+    Key key = key_of(instance);
+    auto found = owed_.find(key);
+    if (found != owed_.end()) {
+        by_deadline_.erase({found->second.deadline, key});
+        owed_.erase(found);
+    }
 }
 
 bool OfferedDeadline::next_miss(Clock::time_point* when) const {
-    if (owed_.empty()) {
+    if (by_deadline_.empty()) {
         return false;
     }
-    auto earliest = std::min_element(owed_.begin(), owed_.end(), [](const auto& a, const auto& b) {
-        return a.second.deadline < b.second.deadline;
-    });
-    *when = earliest->second.deadline;
+    *when = by_deadline_.begin()->first;
     return true;
 }
 
-std::vector<DDS_OfferedDeadlineMissedStatus> OfferedDeadline::expire(Clock::time_point now) {
-    std::vector<Owed*> missed;
-    for (auto& entry : owed_) {
-        if (entry.second.deadline <= now) {
-            missed.push_back(&entry.second);
-        }
+std::vector<DDS_OfferedDeadlineMissedStatus> OfferedDeadline::expire(Clock::time_point now,
+                                                                     size_t limit) {
+    std::vector<Key> missed;
+    while (!by_deadline_.empty() && by_deadline_.begin()->first <= now && missed.size() < limit) {
+        missed.push_back(by_deadline_.begin()->second);
+        by_deadline_.erase(by_deadline_.begin());
     }
-    std::stable_sort(missed.begin(), missed.end(),
-                     [](const Owed* a, const Owed* b) { return a->deadline < b->deadline; });
     std::vector<DDS_OfferedDeadlineMissedStatus> statuses;
-    for (Owed* owed : missed) {
+    statuses.reserve(missed.size());
+    for (const Key& key : missed) {
+        Owed& owed = owed_.at(key);
         DDS_OfferedDeadlineMissedStatus status;
         status.total_count = ++total_count_;
         status.total_count_change = 1;
-        status.last_instance_handle = owed->instance;
+        status.last_instance_handle = owed.instance;
         statuses.push_back(status);
-        owed->deadline = now + period_;
+        owed.deadline = now + period_;
+        by_deadline_.insert({owed.deadline, key});
     }
     return statuses;
 }

@@ -13,12 +13,19 @@
 // Each instance the writer writes or disposes owes a new sample within the period; an
 // unregistered one owes nothing until it is written again. An instance that stays silent is
 // reported once per period, as long as it stays silent.
+//
+// The instances are kept both by handle and in deadline order, so that a write, an
+// unregistration and each miss cost O(log n) in the number of instances owed, and the next
+// miss is found at once: a writer of 100,000 instances keeps its rate.
 #ifndef QOR_DDS_SRC_OFFERED_DEADLINE_H
 #define QOR_DDS_SRC_OFFERED_DEADLINE_H
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <map>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "qordds/status.h"
@@ -44,8 +51,10 @@ class OfferedDeadline {
     bool next_miss(Clock::time_point* when) const;
 
     // One status per instance whose deadline has passed by `now`, in the order of their
-    // deadlines; each such instance then owes a sample one period from `now`.
-    std::vector<DDS_OfferedDeadlineMissedStatus> expire(Clock::time_point now);
+    // deadlines, at most `limit` of them (the first ones); each such instance then owes a
+    // sample one period from `now`.
+    std::vector<DDS_OfferedDeadlineMissedStatus> expire(Clock::time_point now,
+                                                        size_t limit = SIZE_MAX);
 
   private:
     typedef std::array<unsigned char, 16> Key;
@@ -58,6 +67,8 @@ class OfferedDeadline {
 
     std::chrono::nanoseconds period_;
     std::map<Key, Owed> owed_;
+    // The same instances by deadline; instances due at the same time in handle order.
+    std::set<std::pair<Clock::time_point, Key>> by_deadline_;
     int32_t total_count_ = 0;
 };
 

@@ -54,6 +54,12 @@ WriterLiveliness::Change WriterLiveliness::become_lost(const DDS_InstanceHandle_
 }
 
 WriterLiveliness::Change WriterLiveliness::matched(const DDS_InstanceHandle_t& writer) {
+    // A writer matched again (its participant came back within reach) is alive again.
+    auto found = writers_.find(key_of(writer));
+    if (found != writers_.end() && found->second == State::Gone) {
+        found->second = State::Alive;
+        return report(writer, +1, -1);
+    }
     return become_alive(writer);
 }
 

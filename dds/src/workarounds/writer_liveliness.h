@@ -5,7 +5,8 @@
 // writer counts as alive from its match, and as lost (alive -1, not alive +1) when it is
 // unmatched, whether deleted or dropped with its participant's lease. Writers with a finite
 // lease also get Fast DDS's own reports; they only count where they change the writer's
-// state, so nothing is counted twice. A lost writer stays counted as not alive.
+// state, so nothing is counted twice. A lost writer stays counted as not alive until it is
+// matched again (after a stopped process or a cut link), when it is alive again.
 #ifndef QOR_DDS_SRC_WRITER_LIVELINESS_H
 #define QOR_DDS_SRC_WRITER_LIVELINESS_H
 

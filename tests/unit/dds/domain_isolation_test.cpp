@@ -109,3 +109,23 @@ TEST(DomainIsolation, TheTagGoesIntoTheTopicName) {
     EXPECT_EQ(wire_name({}, "t", std::string(300, 'x').c_str()), "")
         << "a name Fast DDS would cut is refused";
 }
+
+// A name that holds the tag's separator would reach the readers of another tag; a name that
+// Fast DDS cannot announce whole would never match. Both are refused with the reason.
+TEST(DomainIsolation, NamesThatForgeTheTagOrExceedTheLimitAreRefused) {
+    auto problem = [](const char* tag, const std::string& topic, const std::string& type) {
+        return qordds::topic_name_problem(participant_with({}, tag), topic.c_str(), type.c_str());
+    };
+    const std::string longest(251, 'n');
+    EXPECT_EQ(problem(nullptr, "PingTopic", "PingType"), "");
+    EXPECT_EQ(problem(nullptr, longest, longest), "");
+    EXPECT_EQ(problem("X", std::string(249, 'n'), "PingType"), "");
+    EXPECT_NE(problem(nullptr, "PingTopic\035X", "PingType").find("0x1d"), std::string::npos);
+    EXPECT_NE(problem("X", "PingTopic\035X", "PingType").find("0x1d"), std::string::npos);
+    EXPECT_NE(problem(nullptr, longest + "n", "PingType").find("limit of 251 characters"),
+              std::string::npos);
+    EXPECT_NE(problem(nullptr, "PingTopic", longest + "n").find("type name of 252 characters"),
+              std::string::npos);
+    EXPECT_NE(problem("X", std::string(250, 'n'), "PingType").find("252 characters"),
+              std::string::npos);
+}

@@ -1,6 +1,7 @@
 // QoS profile sources: what the factory loads from XML, and how it refuses bad sources.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -50,6 +51,12 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
         "<dds><qos_library name='Good'><qos_profile name='P'/></qos_library></dds>";
     std::string directory = testing::TempDir() + "qos_directory";
     mkdir(directory.c_str(), 0700);
+    // Nothing ever writes into it: opening it for reading would wait for ever.
+    std::string fifo = testing::TempDir() + "qos_fifo";
+    unlink(fifo.c_str());
+    mkfifo(fifo.c_str(), 0600);
+    // One byte past the limit, in whitespace that would otherwise parse.
+    std::string oversized = "<dds/>" + std::string(qordds::qos_file_size_limit - 5, ' ');
     const struct {
         const char* what;
         std::string text;  // written to a file, unless `path` names one already
@@ -77,12 +84,38 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
          "<dds><qos_library name='L'>\n<qos_profile name='A' base_name='B'/>\n<qos_profile "
          "name='B' base_name='L::A'/></qos_library></dds>",
          ", line 2: base profiles of 'L::A' lead back to themselves"},
+        {"loop_further_on",
+         "<dds><qos_library name='L'>\n<qos_profile name='P' base_name='A'/>\n<qos_profile "
+         "name='A' base_name='B'/>\n<qos_profile name='B' base_name='A'/></qos_library></dds>",
+         ", line 3: base profiles of 'L::A' lead back to themselves"},
         {"missing_file", "", ": cannot open the file: No such file or directory",
          testing::TempDir() + "no_such_file.xml"},
-        {"directory", "", ": cannot read the file: Is a directory", directory},
+        {"directory", "", ": not a regular file", directory},
+        {"fifo", "", ": not a regular file", fifo},
+        {"endless_device", "", ": not a regular file", "/dev/zero"},
+        {"random_device", "", ": not a regular file", "/dev/urandom"},
+        {"oversized", oversized, ": larger than 8388608 bytes, the limit of a QoS file"},
         {"empty_file", "", ": malformed XML (XML_ERROR_EMPTY_DOCUMENT)"},
         {"wrong_root", "<profiles>\n<qos_library name='L'/></profiles>",
          ", line 1: the root element is <profiles>, not <dds>"},
+        {"participant_id_out_of_range",
+         profile("<domain_participant_qos><wire_protocol>\n<participant_id>2147483647</"
+                 "participant_id></wire_protocol></domain_participant_qos>"),
+         ", line 5: value '2147483647' of <participant_id> is out of range (-1 to 29062)"},
+        {"no_transport",
+         profile("<domain_participant_qos><transport_builtin>\n<mask>MASK_NONE</mask></"
+                 "transport_builtin></domain_participant_qos>"),
+         ", line 5: <mask> enables no built-in transport (UDPv4, SHMEM or UDPv6)"},
+        {"bad_peer",
+         profile("<domain_participant_qos><discovery><initial_peers><element>host1</element>\n"
+                 "<element>not a peer!!</element></initial_peers></discovery>"
+                 "</domain_participant_qos>"),
+         ", line 5: peer 'not a peer!!': 'not a peer!!' is neither an address nor a host name"},
+        {"bad_peer_index",
+         profile("<domain_participant_qos><discovery><initial_peers>\n<element>99@host1</element>"
+                 "</initial_peers></discovery></domain_participant_qos>"),
+         ", line 5: peer '99@host1': '99' before '@' is not a participant index from 0 to 62"},
+        {"two_roots", "<dds/>\n<dds/>", ", line 2: a second root element <dds> after <dds>"},
         {"duplicate_of_other_source", good,
          ", line 1: profile 'Good::P' is defined twice (first in the string profile, line 1)"},
         {"unknown_attribute", profile("", " bogus='1'"),
@@ -114,6 +147,31 @@ TEST(QosProfileSources, BrokenSourcesAreRefusedAndNamed) {
         EXPECT_NE(logged.find(path + " is not used"), std::string::npos) << logged;
         EXPECT_EQ(loadedLibraries(), "Good");
     }
+}
+
+// A source with a flood of problems lists the first twenty and counts the rest.
+TEST(QosProfileSources, OnlyTheFirstTwentyProblemsOfASourceAreListed) {
+    std::string body;
+    for (int i = 0; i < 200000; ++i) {
+        body += "<bogus/>\n";
+    }
+    std::string path = qortest::writeTempFile(
+        "flood.xml", profile("<datawriter_qos>\n" + body + "</datawriter_qos>"));
+    DDSDomainParticipantFactory* factory = DDSDomainParticipantFactory::get_instance();
+    DDS_ReturnCode_t rc = DDS_RETCODE_OK;
+    std::string logged =
+        qortest::captureStdout([&] { rc = factory->set_qos(sources("<dds/>", "file://" + path)); });
+    EXPECT_EQ(rc, DDS_RETCODE_BAD_PARAMETER);
+    size_t listed = 0;
+    for (size_t at = logged.find("unknown element <bogus>"); at != std::string::npos;
+         at = logged.find("unknown element <bogus>", at + 1)) {
+        ++listed;
+    }
+    EXPECT_EQ(listed, 20u);
+    EXPECT_NE(logged.find(path + ", line 24: unknown element <bogus>"), std::string::npos);
+    EXPECT_EQ(logged.find(path + ", line 25: "), std::string::npos);
+    EXPECT_NE(logged.find("... and 199980 more\n"), std::string::npos) << logged.substr(0, 3000);
+    EXPECT_NE(logged.find(path + " is not used"), std::string::npos);
 }
 
 const char* const values_document = R"(<dds><qos_library name="L">

@@ -64,3 +64,29 @@ TEST(WriterLiveliness, CountsMatchedWritersAliveAndTheirLossOnce) {
         EXPECT_EQ(seen, step.expected) << event << " writer " << int(step.writer.value[0]);
     }
 }
+
+// A writer unmatched (its participant's lease lost to a stopped process or a cut link) and
+// matched again is alive again, once; Fast DDS's own late reports still do not count.
+TEST(WriterLiveliness, AWriterMatchedAgainIsAliveAgain) {
+    qordds::WriterLiveliness liveliness;
+    liveliness.matched(W1);
+    liveliness.matched(W2);
+    EXPECT_TRUE(liveliness.unmatched(W1).writer_lost);
+    EXPECT_EQ(liveliness.alive_count(), 1);
+
+    qordds::WriterLiveliness::Change again = liveliness.matched(W1);
+    EXPECT_TRUE(again.reported);
+    EXPECT_FALSE(again.writer_lost);
+    EXPECT_EQ(again.status.alive_count, 2);
+    EXPECT_EQ(again.status.not_alive_count, 0);
+    EXPECT_EQ(again.status.alive_count_change, 1);
+    EXPECT_EQ(again.status.not_alive_count_change, -1);
+    EXPECT_EQ(again.status.last_publication_handle, W1);
+    EXPECT_FALSE(liveliness.matched(W1).reported);
+
+    DDS_LivelinessChangedStatus fast;
+    fast.last_publication_handle = W1;
+    fast.alive_count_change = 1;
+    EXPECT_FALSE(liveliness.reported_by_fast(fast).reported);
+    EXPECT_EQ(liveliness.alive_count(), 2);
+}
