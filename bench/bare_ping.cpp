@@ -404,6 +404,11 @@ int publish(fdds::DomainParticipant& participant, fdds::Topic& topic, const Opti
             std::this_thread::sleep_for(seconds(options.period));
         }
     }
+    // Fast DDS drops what is unacknowledged with the writer: a reliable burst would lose its
+    // tail. The tool waits up to 2 s for the acknowledgements; so does this.
+    if (options.reliable) {
+        writer->wait_for_acknowledgments(eprosima::fastrtps::Duration_t(2, 0));
+    }
     publisher->delete_datawriter(writer);
     participant.delete_publisher(publisher);
     return 0;
