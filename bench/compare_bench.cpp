@@ -384,7 +384,9 @@ void burst(const Setup& setup, int number, bool reliable, int keys) {
                     reported.values[p].push_back(reported_loss_percent(run.sub.last_missed));
                 }
             }
-            sub_cpu.values[p].push_back(1e6 * cpu_s(run.sub.usage) / valid);
+            if (valid > 0) {
+                sub_cpu.values[p].push_back(1e6 * cpu_s(run.sub.usage) / valid);
+            }
             pub_cpu.values[p].push_back(1e6 * cpu_s(run.pub.usage) / kBurst);
             sub_rss.values[p].push_back(static_cast<double>(run.sub.usage.ru_maxrss) / 1024.0);
         }
