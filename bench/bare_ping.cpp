@@ -1,12 +1,21 @@
 // bare-ping: the floor qorddsping is measured against. A publisher or subscriber of numbered
-// samples written on the Fast DDS API directly, with the QoS qorddsping uses by default
-// (best effort, volatile, history depth 1, participant lease 6.5 s announced every 2 s)
-// and none of its binding: no disabled creation, no rendezvous, no re-announcement. It
-// prints the lines qorddsping prints for a match and for each sample, so one driver reads
-// both. The publisher waits for its first match (up to 10 s) before it writes.
+// samples written on the Fast DDS API directly, with the Fast DDS QoS qorddsping ends up with
+// (best effort, volatile, history depth 1, participant lease 6.5 s announced every 2 s, the
+// writer's deadline at the send period, unlimited reader resources, the partitions "*" gives;
+// a reliable writer's history as qorddsping's send window: KEEP_ALL capped at the depth, with
+// a 50 ms heartbeat) and none of its binding: no disabled creation, no rendezvous, no
+// re-announcement, no reader cache. It prints the lines qorddsping prints for a match and for
+// each sample (the publisher the line it prints before each write), so one driver reads both
+// and their output costs the same. The publisher waits for its first match (up to 10 s)
+// before it writes. With -useKeys N the samples carry a key, cycled over N instances, and the
+// publisher writes, disposes, writes again and unregisters each instance in turn, as
+// qorddsping does. -quiet prints no line per sample: the subscriber prints, when it ends,
+// "bare-ping: V valid of S samples, first at T ns, last at T ns" (the monotonic clock), the
+// times of the first and last takes.
 //
 //   bare-ping pub|sub [-transport 1|2|3|8] [-peer ADDRESS]... [-numSamples N]
 //                     [-sendPeriod S] [-timeout S] [-reliable] [-queueSize N]
+//                     [-useKeys N] [-quiet]
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -51,6 +60,14 @@ struct Options {
     double timeout = 0;
     bool reliable = false;
     int depth = 1;
+    int keys = 0;  // 0: unkeyed samples
+    bool quiet = false;
+};
+
+// What the keyed type carries; the unkeyed one carries `number` alone.
+struct KeyedSample {
+    int32_t key = 0;
+    int32_t number = 0;
 };
 
 // One unsigned 32-bit number in plain CDR, as small as qorddsping's unkeyed sample.
@@ -92,6 +109,58 @@ class BarePingType : public fdds::TopicDataType {
     bool getKey(void*, frtps::InstanceHandle_t*, bool) override { return false; }
 };
 
+// { key, number } in plain CDR, the key the instance's identity: its hash is the big-endian
+// key, as in qorddsping's keyed sample.
+class BareKeyedPingType : public fdds::TopicDataType {
+  public:
+    BareKeyedPingType() {
+        setName("BareKeyedPingType");
+        m_typeSize = 4 + 8;
+        m_isGetKeyDefined = true;
+        auto_fill_type_object(false);
+        auto_fill_type_information(false);
+    }
+    bool serialize(void* data, frtps::SerializedPayload_t* payload) override {
+        eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data),
+                                             payload->max_size);
+        eprosima::fastcdr::Cdr cdr(buffer, eprosima::fastcdr::Cdr::DEFAULT_ENDIAN,
+                                   eprosima::fastcdr::Cdr::DDS_CDR);
+        payload->encapsulation =
+            cdr.endianness() == eprosima::fastcdr::Cdr::BIG_ENDIANNESS ? CDR_BE : CDR_LE;
+        cdr.serialize_encapsulation();
+        const auto* sample = static_cast<KeyedSample*>(data);
+        cdr << sample->key << sample->number;
+        payload->length = static_cast<uint32_t>(cdr.getSerializedDataLength());
+        return true;
+    }
+    bool deserialize(frtps::SerializedPayload_t* payload, void* data) override {
+        eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data),
+                                             payload->length);
+        eprosima::fastcdr::Cdr cdr(buffer, eprosima::fastcdr::Cdr::DEFAULT_ENDIAN,
+                                   eprosima::fastcdr::Cdr::DDS_CDR);
+        cdr.read_encapsulation();
+        auto* sample = static_cast<KeyedSample*>(data);
+        cdr >> sample->key >> sample->number;
+        return true;
+    }
+    std::function<uint32_t()> getSerializedSizeProvider(void*) override {
+        return [] { return 12u; };
+    }
+    void* createData() override { return new KeyedSample(); }
+    void deleteData(void* data) override { delete static_cast<KeyedSample*>(data); }
+    bool getKey(void* data, frtps::InstanceHandle_t* handle, bool) override {
+        uint32_t key = static_cast<uint32_t>(static_cast<KeyedSample*>(data)->key);
+        for (int i = 0; i < 16; ++i) {
+            handle->value[i] = 0;
+        }
+        handle->value[0] = static_cast<frtps::octet>(key >> 24);
+        handle->value[1] = static_cast<frtps::octet>(key >> 16);
+        handle->value[2] = static_cast<frtps::octet>(key >> 8);
+        handle->value[3] = static_cast<frtps::octet>(key);
+        return true;
+    }
+};
+
 std::atomic<long> g_matched{0};
 std::atomic<bool> g_received{false};
 
@@ -107,6 +176,15 @@ class WriterListener : public fdds::DataWriterListener {
 };
 
 class ReaderListener : public fdds::DataReaderListener {
+  public:
+    explicit ReaderListener(const Options& options) : options_(options) {}
+    std::atomic<long> samples{0};
+    std::atomic<long> valid{0};
+    std::atomic<long long> first_ns{0};
+    std::atomic<long long> last_ns{0};
+
+  private:
+    const Options& options_;
     void on_subscription_matched(fdds::DataReader*,
                                  const fdds::SubscriptionMatchedStatus& status) override {
         if (status.current_count_change > 0) {
@@ -115,15 +193,37 @@ class ReaderListener : public fdds::DataReaderListener {
         }
     }
     void on_data_available(fdds::DataReader* reader) override {
-        uint32_t number = 0;
+        KeyedSample sample;
+        void* data =
+            options_.keys > 0 ? static_cast<void*>(&sample) : static_cast<void*>(&sample.number);
         fdds::SampleInfo info;
-        while (reader->take_next_sample(&number, &info) == ReturnCode_t::RETCODE_OK) {
+        while (reader->take_next_sample(data, &info) == ReturnCode_t::RETCODE_OK) {
+            ++samples;
             if (info.valid_data) {
-                std::printf("qorddsping, issue received: %.7u\n", number);
+                ++valid;
+                if (!options_.quiet) {
+                    std::printf("qorddsping, issue received: %.7d\n", sample.number);
+                }
                 g_received = true;
+            } else if (!options_.quiet) {
+                if (info.instance_state == fdds::NOT_ALIVE_DISPOSED_INSTANCE_STATE) {
+                    const frtps::octet* hash = info.instance_handle.value;
+                    std::printf("qorddsping, instance disposed key: %02x%02x%02x%02x\n", hash[0],
+                                hash[1], hash[2], hash[3]);
+                } else {
+                    std::puts("qorddsping, instance no writers");
+                }
             }
         }
-        std::fflush(stdout);
+        long long now = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                            std::chrono::steady_clock::now().time_since_epoch())
+                            .count();
+        long long none = 0;
+        first_ns.compare_exchange_strong(none, now);
+        last_ns = now;
+        if (!options_.quiet) {
+            std::fflush(stdout);
+        }
     }
 };
 
@@ -137,6 +237,10 @@ bool parse(int argc, char** argv, Options& options) {
         const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
         if (name == "-reliable") {
             options.reliable = true;
+            continue;
+        }
+        if (name == "-quiet") {
+            options.quiet = true;
             continue;
         }
         if (value == nullptr) {
@@ -155,6 +259,8 @@ bool parse(int argc, char** argv, Options& options) {
             options.timeout = std::atof(value);
         } else if (name == "-queueSize") {
             options.depth = std::atoi(value);
+        } else if (name == "-useKeys") {
+            options.keys = std::atoi(value);
         } else {
             return false;
         }
@@ -198,6 +304,22 @@ fdds::DomainParticipantQos participant_qos(const Options& options) {
     return qos;
 }
 
+eprosima::fastrtps::Duration_t duration(double seconds) {
+    auto whole = static_cast<int32_t>(seconds);
+    return eprosima::fastrtps::Duration_t(whole, static_cast<uint32_t>((seconds - whole) * 1e9));
+}
+
+// Partitions as qorddsping's participant partition "*" makes them, for publisher and
+// subscriber alike.
+void set_partitions(fdds::PartitionQosPolicy& partition) {
+    partition.push_back("*\x1f");
+    partition.push_back("");
+}
+
+// Resource limits unlimited (0 in Fast DDS) on both sides, with Fast DDS's preallocation.
+// A reliable writer keeps its KEEP_LAST depth as a send window: KEEP_ALL capped at `depth`
+// samples per instance (and in all, unkeyed), with a 50 ms heartbeat period. The writer
+// offers its send period as deadline.
 void configure(fdds::DataWriterQos& writer, fdds::DataReaderQos& reader, const Options& options) {
     auto reliability =
         options.reliable ? fdds::RELIABLE_RELIABILITY_QOS : fdds::BEST_EFFORT_RELIABILITY_QOS;
@@ -205,8 +327,30 @@ void configure(fdds::DataWriterQos& writer, fdds::DataReaderQos& reader, const O
     reader.reliability().kind = reliability;
     writer.durability().kind = fdds::VOLATILE_DURABILITY_QOS;
     reader.durability().kind = fdds::VOLATILE_DURABILITY_QOS;
+    writer.history().kind = fdds::KEEP_LAST_HISTORY_QOS;
     writer.history().depth = options.depth;
+    reader.history().kind = fdds::KEEP_LAST_HISTORY_QOS;
     reader.history().depth = options.depth;
+    for (fdds::ResourceLimitsQosPolicy* limits :
+         {&writer.resource_limits(), &reader.resource_limits()}) {
+        limits->max_samples = 0;
+        limits->max_instances = 0;
+        limits->max_samples_per_instance = 0;
+    }
+    writer.deadline().period = duration(options.period);
+    if (options.reliable) {
+        fdds::ResourceLimitsQosPolicy& limits = writer.resource_limits();
+        writer.history().kind = fdds::KEEP_ALL_HISTORY_QOS;
+        limits.max_samples_per_instance = options.depth;
+        if (options.keys == 0) {
+            limits.max_samples = options.depth;
+        }
+        if (limits.max_samples > 0 && limits.allocated_samples > limits.max_samples) {
+            limits.allocated_samples = limits.max_samples;
+        }
+        writer.reliable_writer_qos().times.heartbeatPeriod =
+            eprosima::fastrtps::Duration_t(0, 50000000);
+    }
 }
 
 std::chrono::duration<double> seconds(double value) {
@@ -218,15 +362,52 @@ int publish(fdds::DomainParticipant& participant, fdds::Topic& topic, const Opti
     fdds::DataWriterQos qos = fdds::DATAWRITER_QOS_DEFAULT;
     fdds::DataReaderQos unused;
     configure(qos, unused, options);
-    fdds::Publisher* publisher = participant.create_publisher(fdds::PUBLISHER_QOS_DEFAULT);
+    fdds::PublisherQos publisher_qos = fdds::PUBLISHER_QOS_DEFAULT;
+    set_partitions(publisher_qos.partition());
+    fdds::Publisher* publisher = participant.create_publisher(publisher_qos);
     fdds::DataWriter* writer = publisher->create_datawriter(&topic, qos, &listener);
     auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (g_matched == 0 && std::chrono::steady_clock::now() < give_up) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    KeyedSample sample;
     for (uint32_t number = 0; options.samples == 0 || number < options.samples; ++number) {
-        writer->write(&number);
-        std::this_thread::sleep_for(seconds(options.period));
+        sample.number = static_cast<int32_t>(number);
+        if (!options.quiet) {
+            std::printf("Sending data...   value: %.7d \n", sample.number);
+            std::fflush(stdout);
+        }
+        if (options.keys == 0) {
+            // A reliable write that finds the window full may give up early (see the tool's
+            // send window): once more, as the tool does.
+            if (!writer->write(&sample.number) && options.reliable) {
+                writer->write(&sample.number);
+            }
+        } else {
+            auto keys = static_cast<uint32_t>(options.keys);
+            sample.key = static_cast<int32_t>(number % keys);
+            switch ((number / keys) % 4) {
+                case 1:
+                    writer->dispose(&sample, fdds::HANDLE_NIL);
+                    break;
+                case 3:
+                    writer->unregister_instance(&sample, fdds::HANDLE_NIL);
+                    break;
+                default:
+                    if (!writer->write(&sample) && options.reliable) {
+                        writer->write(&sample);
+                    }
+                    break;
+            }
+        }
+        if (options.period > 0) {
+            std::this_thread::sleep_for(seconds(options.period));
+        }
+    }
+    // Fast DDS drops what is unacknowledged with the writer: a reliable burst would lose its
+    // tail. The tool waits up to 2 s for the acknowledgements; so does this.
+    if (options.reliable) {
+        writer->wait_for_acknowledgments(eprosima::fastrtps::Duration_t(2, 0));
     }
     publisher->delete_datawriter(writer);
     participant.delete_publisher(publisher);
@@ -234,19 +415,26 @@ int publish(fdds::DomainParticipant& participant, fdds::Topic& topic, const Opti
 }
 
 int subscribe(fdds::DomainParticipant& participant, fdds::Topic& topic, const Options& options) {
-    ReaderListener listener;
+    ReaderListener listener(options);
     fdds::DataWriterQos unused;
     fdds::DataReaderQos qos = fdds::DATAREADER_QOS_DEFAULT;
     configure(unused, qos, options);
-    fdds::Subscriber* subscriber = participant.create_subscriber(fdds::SUBSCRIBER_QOS_DEFAULT);
+    fdds::SubscriberQos subscriber_qos = fdds::SUBSCRIBER_QOS_DEFAULT;
+    set_partitions(subscriber_qos.partition());
+    fdds::Subscriber* subscriber = participant.create_subscriber(subscriber_qos);
     fdds::DataReader* reader = subscriber->create_datareader(&topic, qos, &listener);
     double period = options.timeout > 0 ? options.timeout : 30;
     do {
         g_received = false;
         std::this_thread::sleep_for(seconds(period));
     } while (g_received || options.timeout <= 0);
-    std::printf("Timeout! No packets received for more than %g seconds\n", options.timeout);
     subscriber->delete_datareader(reader);
+    if (options.quiet) {
+        std::printf("bare-ping: %ld valid of %ld samples, first at %lld ns, last at %lld ns\n",
+                    listener.valid.load(), listener.samples.load(), listener.first_ns.load(),
+                    listener.last_ns.load());
+    }
+    std::printf("Timeout! No packets received for more than %g seconds\n", options.timeout);
     participant.delete_subscriber(subscriber);
     return 0;
 }
@@ -258,7 +446,8 @@ int main(int argc, char** argv) {
     if (!parse(argc, argv, options)) {
         std::fprintf(stderr,
                      "usage: bare-ping pub|sub [-transport 1|2|3|8] [-peer ADDRESS]... "
-                     "[-numSamples N] [-sendPeriod S] [-timeout S] [-reliable] [-queueSize N]\n");
+                     "[-numSamples N] [-sendPeriod S] [-timeout S] [-reliable] [-queueSize N] "
+                     "[-useKeys N] [-quiet]\n");
         return 2;
     }
     if (std::getenv("BARE_PING_WARNINGS") != nullptr) {
@@ -270,7 +459,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "bare-ping: create_participant failed\n");
         return 1;
     }
-    fdds::TypeSupport type(new BarePingType());
+    fdds::TypeSupport type(options.keys > 0
+                               ? static_cast<fdds::TopicDataType*>(new BareKeyedPingType())
+                               : new BarePingType());
     type.register_type(participant);
     fdds::Topic* topic =
         participant->create_topic("BarePingTopic", type.get_type_name(), fdds::TOPIC_QOS_DEFAULT);
