@@ -191,7 +191,7 @@ bool enter_private_host() {
 // The command lines of both sides of a pairing: subscriber first, publisher second.
 std::pair<Args, Args> pairing_commands(const std::string& binary, const Transport& transport) {
     bool tool = binary.find("qorddsping") != std::string::npos;
-    Args sub{binary, tool ? "-subscriber" : "sub", "-timeout", "2"};
+    Args sub{binary, tool ? "-subscriber" : "sub", "-timeout", "4"};
     Args pub{binary,        tool ? "-publisher" : "pub",
              "-numSamples", std::to_string(kSamples),
              "-sendPeriod", kSendPeriod};

@@ -70,7 +70,7 @@ bool has(const Process& process, const char* text) {
 class Pairing {
   public:
     Pairing(Order order, const Args& transport) : order_(order) {
-        subscriber_ = Args{"-subscriber", "-timeout", "2"};
+        subscriber_ = Args{"-subscriber", "-timeout", "4"};
         publisher_ = Args{"-numSamples", std::to_string(kSamples), "-sendPeriod", "0.2"};
         subscriber_.insert(subscriber_.end(), transport.begin(), transport.end());
         publisher_.insert(publisher_.end(), transport.begin(), transport.end());
