@@ -109,7 +109,7 @@ void take_line(Child& child, const std::string& line, double at) {
 
 // Reads the children's output, timestamped against `epoch`, until all have ended; a child
 // still running at `limit` is killed. Collects each one's resource use.
-void run_until_done(std::vector<Child*> children, Clock::time_point epoch,
+void run_until_done(const std::vector<Child*>& children, Clock::time_point epoch,
                     Clock::time_point limit) {
     for (;;) {
         std::vector<pollfd> fds;
@@ -306,6 +306,46 @@ Args bare_args(const Setup& setup, bool publisher, bool quiet, const Args& extra
     return args;
 }
 
+// The figures of a burst case.
+struct BurstFigures {
+    Figure last{"time to last issue", "ms"}, rate{"receive rate", "samples/s"};
+    Figure missing{"missing", "samples"}, reported{"loss reported", "%"};
+    Figure true_loss{"true loss", "%"}, sub_cpu{"subscriber CPU per 1000 samples", "ms"};
+    Figure pub_cpu{"publisher CPU per 1000 samples", "ms"};
+    Figure sub_rss{"subscriber max RSS", "MB"};
+};
+
+// ddsperf publishing as fast as it can for 3 s: its subscriber's rate and loss.
+void ddsperf_burst(const Setup& setup, bool reliable, int keys, BurstFigures& figures) {
+    Args sub{setup.ddsperf, "-T", keys > 0 ? "KS" : "OU"};
+    Args pub = sub;
+    if (!reliable) {
+        sub.push_back("-u");
+        pub.push_back("-u");
+    }
+    if (keys > 0) {
+        sub.insert(sub.end(), {"-n", std::to_string(keys)});
+        pub.insert(pub.end(), {"-n", std::to_string(keys)});
+    }
+    sub.insert(sub.end(), {"-D", "5", "sub"});
+    pub.insert(pub.end(), {"-D", "3", "pub"});
+    if (keys > 0) {
+        pub.insert(pub.end(), {"size", "0"});
+    }
+    Run run = pair(sub, pub, 20);
+    DdsperfStats stats = ddsperf_stats(run.sub);
+    figures.rate.values[Ddsperf].push_back(median(stats.rates));
+    if (stats.total + stats.lost > 0) {
+        figures.reported.values[Ddsperf].push_back(100 * stats.lost / (stats.total + stats.lost));
+        if (reliable) {
+            figures.missing.values[Ddsperf].push_back(stats.lost);
+        }
+        figures.sub_cpu.values[Ddsperf].push_back(1e6 * cpu_s(run.sub.usage) / stats.total);
+    }
+    figures.sub_rss.values[Ddsperf].push_back(static_cast<double>(run.sub.usage.ru_maxrss) /
+                                              1024.0);
+}
+
 // Cases 1, 2 and 4: a burst of 100000 samples back to back.
 void burst(const Setup& setup, int number, bool reliable, int keys) {
     Args common{"-queueSize", "1000"};
@@ -320,85 +360,60 @@ void burst(const Setup& setup, int number, bool reliable, int keys) {
     Args pub_extra = common;
     pub_extra.insert(pub_extra.end(), {"-sendPeriod", "0", "-numSamples", std::to_string(kBurst)});
 
-    Figure last{"time to last issue", "ms"}, rate{"receive rate", "samples/s"};
-    Figure missing{"missing", "samples"}, reported{"loss reported", "%"};
-    Figure true_loss{"true loss", "%"}, sub_cpu{"subscriber CPU per 1000 samples", "ms"};
-    Figure pub_cpu{"publisher CPU per 1000 samples", "ms"};
-    Figure sub_rss{"subscriber max RSS", "MB"};
+    BurstFigures f;
     // Keyed: half the issues are writes (the others dispose and unregister), one in two.
     long expected = keys > 0 ? kBurst / 2 : kBurst;
     for (int round = 0; round < setup.rounds; ++round) {
+        bool retried = false;
         for (int p = 0; p < kPrograms; ++p) {
-            Run run;
             if (p == Ddsperf) {
-                Args sub{setup.ddsperf, "-T", keys > 0 ? "KS" : "OU"};
-                Args pub = sub;
-                if (!reliable) {
-                    sub.push_back("-u");
-                    pub.push_back("-u");
-                }
-                if (keys > 0) {
-                    sub.insert(sub.end(), {"-n", std::to_string(keys)});
-                    pub.insert(pub.end(), {"-n", std::to_string(keys)});
-                }
-                sub.insert(sub.end(), {"-D", "5", "sub"});
-                pub.insert(pub.end(), {"-D", "3", "pub"});
-                if (keys > 0) {
-                    pub.insert(pub.end(), {"size", "0"});
-                }
-                run = pair(sub, pub, 20);
-                DdsperfStats stats = ddsperf_stats(run.sub);
-                double received_rate = median(stats.rates);
-                rate.values[p].push_back(received_rate);
-                if (stats.total + stats.lost > 0) {
-                    reported.values[p].push_back(100 * stats.lost / (stats.total + stats.lost));
-                    if (reliable) {
-                        missing.values[p].push_back(stats.lost);
-                    }
-                    sub_cpu.values[p].push_back(1e6 * cpu_s(run.sub.usage) / stats.total);
-                }
-                sub_rss.values[p].push_back(static_cast<double>(run.sub.usage.ru_maxrss) / 1024.0);
+                ddsperf_burst(setup, reliable, keys, f);
                 continue;
             }
             bool tool = p == Tool;
-            run = pair(tool ? tool_args(setup, false, sub_extra)
-                            : bare_args(setup, false, p == BareQuiet, sub_extra),
-                       tool ? tool_args(setup, true, pub_extra)
-                            : bare_args(setup, true, p == BareQuiet, pub_extra),
-                       60);
+            Run run = pair(tool ? tool_args(setup, false, sub_extra)
+                                : bare_args(setup, false, p == BareQuiet, sub_extra),
+                           tool ? tool_args(setup, true, pub_extra)
+                                : bare_args(setup, true, p == BareQuiet, pub_extra),
+                           60);
             double valid = static_cast<double>(run.sub.issues);
             double first = run.sub.first_issue;
             double end = keys > 0 ? run.sub.last_event : run.sub.last_issue;
             if (p == BareQuiet && !quiet_figures(run.sub, run.epoch, valid, first, end)) {
                 valid = NAN;
             }
+            // A pairing that never matched (bare Fast DDS misses a discovery answer now and
+            // then) is run again, once per round.
+            if (!(valid > 0) && !retried) {
+                retried = true;
+                std::fprintf(stderr, "compare-bench: case %d, no sample arrived; once more\n",
+                             number);
+                --p;
+                continue;
+            }
             if (valid > 0 && end > first) {
-                last.values[p].push_back(end);
-                rate.values[p].push_back(1000 * valid / (end - first));
+                f.last.values[p].push_back(end);
+                f.rate.values[p].push_back(1000 * valid / (end - first));
             }
             if (reliable) {
-                missing.values[p].push_back(static_cast<double>(expected) - valid);
+                f.missing.values[p].push_back(static_cast<double>(expected) - valid);
             } else {
-                true_loss.values[p].push_back(100 * (1 - valid / static_cast<double>(kBurst)));
+                f.true_loss.values[p].push_back(100 * (1 - valid / static_cast<double>(kBurst)));
                 if (tool) {
-                    reported.values[p].push_back(reported_loss_percent(run.sub.last_missed));
+                    f.reported.values[p].push_back(reported_loss_percent(run.sub.last_missed));
                 }
             }
             if (valid > 0) {
-                sub_cpu.values[p].push_back(1e6 * cpu_s(run.sub.usage) / valid);
+                f.sub_cpu.values[p].push_back(1e6 * cpu_s(run.sub.usage) / valid);
             }
-            pub_cpu.values[p].push_back(1e6 * cpu_s(run.pub.usage) / kBurst);
-            sub_rss.values[p].push_back(static_cast<double>(run.sub.usage.ru_maxrss) / 1024.0);
+            f.pub_cpu.values[p].push_back(1e6 * cpu_s(run.pub.usage) / kBurst);
+            f.sub_rss.values[p].push_back(static_cast<double>(run.sub.usage.ru_maxrss) / 1024.0);
         }
     }
-    if (reliable) {
-        for (const Figure* figure : {&rate, &last, &missing, &sub_cpu, &pub_cpu, &sub_rss}) {
-            print_row(number, *figure);
-        }
-    } else {
-        for (const Figure* figure : {&rate, &reported, &true_loss, &sub_cpu, &pub_cpu, &sub_rss}) {
-            print_row(number, *figure);
-        }
+    Figure* second = reliable ? &f.last : &f.reported;
+    Figure* third = reliable ? &f.missing : &f.true_loss;
+    for (const Figure* figure : {&f.rate, second, third, &f.sub_cpu, &f.pub_cpu, &f.sub_rss}) {
+        print_row(number, *figure);
     }
 }
 
