@@ -8,10 +8,8 @@
 //   compare-bench QORDDSPING BARE_PING DDSPERF CASE [ROUNDS [PACED_SECONDS]]
 //   CASE: 1 reliable burst, 2 best-effort burst, 3 paced 1 kHz, 4 keyed reliable burst,
 //         5 process cost
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,6 +23,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "spawn.h"
 
 namespace {
 
@@ -61,30 +61,8 @@ struct Child {
 };
 
 Child spawn(const Args& command) {
-    int ends[2];
-    if (pipe(ends) != 0) {
-        std::perror("pipe");
-        std::exit(2);
-    }
     Child child;
-    child.pid = fork();
-    if (child.pid == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(ends[1], STDOUT_FILENO);
-        dup2(ends[1], STDERR_FILENO);
-        int null = open("/dev/null", O_RDONLY);
-        dup2(null, STDIN_FILENO);
-        close(ends[0]);
-        std::vector<char*> argv;
-        for (const std::string& word : command) {
-            argv.push_back(const_cast<char*>(word.c_str()));
-        }
-        argv.push_back(nullptr);
-        execvp(argv[0], argv.data());
-        _exit(127);
-    }
-    close(ends[1]);
-    child.output = ends[0];
+    child.pid = bench::spawn_piped(command, true, child.output);
     return child;
 }
 

@@ -7,12 +7,8 @@
 //
 //   pairing-bench QORDDSPING BARE_PING [RUNS [TIMED_RUNS [TRANSPORT]]]
 //   (defaults 200 and 50, every transport)
-#include <fcntl.h>
 #include <poll.h>
-#include <sched.h>
 #include <signal.h>
-#include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,6 +20,8 @@
 #include <map>
 #include <string>
 #include <vector>
+
+#include "spawn.h"
 
 namespace {
 
@@ -71,30 +69,8 @@ struct Child {
 };
 
 Child spawn(const Args& command) {
-    int pipe_ends[2];
-    if (pipe(pipe_ends) != 0) {
-        std::perror("pipe");
-        std::exit(2);
-    }
     Child child;
-    child.pid = fork();
-    if (child.pid == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(pipe_ends[1], STDOUT_FILENO);
-        int null = open("/dev/null", O_RDWR);
-        dup2(null, STDIN_FILENO);
-        dup2(null, STDERR_FILENO);
-        close(pipe_ends[0]);
-        std::vector<char*> argv;
-        for (const std::string& word : command) {
-            argv.push_back(const_cast<char*>(word.c_str()));
-        }
-        argv.push_back(nullptr);
-        execv(argv[0], argv.data());
-        _exit(127);
-    }
-    close(pipe_ends[1]);
-    child.output = pipe_ends[0];
+    child.pid = bench::spawn_piped(command, false, child.output);
     return child;
 }
 
@@ -176,18 +152,6 @@ struct Outcome {
     std::string why;
 };
 
-// Makes this (forked) process a private host: its own network namespace with loopback
-// multicast, and its own /dev/shm.
-bool enter_private_host() {
-    return unshare(CLONE_NEWNET | CLONE_NEWNS) == 0 &&
-           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256m,mode=1777") == 0 &&
-           std::system(
-               "ip link set lo up && ip link set lo multicast on && "
-               "ip route add 224.0.0.0/4 dev lo && "
-               "{ ip -6 route add ff00::/8 dev lo table local 2>/dev/null || true; }") == 0;
-}
-
 // The command lines of both sides of a pairing: subscriber first, publisher second.
 std::pair<Args, Args> pairing_commands(const std::string& binary, const Transport& transport) {
     bool tool = binary.find("qorddsping") != std::string::npos;
@@ -258,36 +222,20 @@ Outcome pair_here(const std::string& binary, const Transport& transport, Order o
     return judge(subscriber_first ? first : second, subscriber_first ? second : first);
 }
 
-// A pairing on a fresh private host: this process forks one that makes the namespaces, runs
-// the pairing in them and reports through a pipe.
+// A pairing on a fresh private host, forked from this process.
 Outcome pair_once(const std::string& binary, const Transport& transport, Order order) {
-    int report[2];
-    if (pipe(report) != 0) {
-        std::exit(2);
-    }
-    pid_t host = fork();
-    if (host == 0) {
-        close(report[0]);
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (!enter_private_host()) {
-            _exit(3);
-        }
+    std::string text = bench::on_private_host([&] {
         Outcome outcome = pair_here(binary, transport, order);
-        char text[256];
-        std::snprintf(text, sizeof text, "%d %.3f %.3f %s\n", outcome.ok ? 1 : 0, outcome.match_ms,
+        char line[256];
+        std::snprintf(line, sizeof line, "%d %.3f %.3f %s\n", outcome.ok ? 1 : 0, outcome.match_ms,
                       outcome.first_issue_ms, outcome.why.c_str());
-        _exit(write(report[1], text, std::strlen(text)) < 0 ? 4 : 0);
-    }
-    close(report[1]);
-    char text[256] = {};
-    ssize_t count = read(report[0], text, sizeof text - 1);
-    close(report[0]);
-    waitpid(host, nullptr, 0);
+        return std::string(line);
+    });
     Outcome outcome;
     char why[200] = {};
     int ok = 0;
-    if (count <= 0 || std::sscanf(text, "%d %lf %lf %199[^\n]", &ok, &outcome.match_ms,
-                                  &outcome.first_issue_ms, why) < 3) {
+    if (std::sscanf(text.c_str(), "%d %lf %lf %199[^\n]", &ok, &outcome.match_ms,
+                    &outcome.first_issue_ms, why) < 3) {
         outcome.why = "the private host could not be made (root needed)";
         return outcome;
     }
@@ -354,17 +302,7 @@ int count_failures(const std::string& program, const char* label, const Transpor
 // A publisher sending every 0.5 s, and a subscriber started 1.5 to 2 s later: from the
 // subscriber's match to its first issue, which must take no more than a send period and 100 ms.
 double late_subscriber_ms(const std::string& binary, int run) {
-    int report[2];
-    if (pipe(report) != 0) {
-        std::exit(2);
-    }
-    pid_t host = fork();
-    if (host == 0) {
-        close(report[0]);
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (!enter_private_host()) {
-            _exit(3);
-        }
+    std::string text = bench::on_private_host([&] {
         Child publisher = spawn({binary, "-numSamples", "12", "-sendPeriod", "0.5"});
         // At a different point of the send period each run: the wait depends on it.
         usleep(static_cast<useconds_t>(1500000 + run * 97000 % 500000));
@@ -374,20 +312,9 @@ double late_subscriber_ms(const std::string& binary, int run) {
                 "qorddsping, issue received: ");
         double match = first_at(subscriber, "Found 1 additional ping publishers(s).");
         double issue = first_at(subscriber, "qorddsping, issue received: ");
-        double delay = match >= 0 && issue >= 0 ? issue - match : -1;
-        if (write(report[1], &delay, sizeof delay) != sizeof delay) {
-            _exit(4);
-        }
-        _exit(0);
-    }
-    close(report[1]);
-    double delay = -1;
-    if (read(report[0], &delay, sizeof delay) != sizeof delay) {
-        delay = -1;
-    }
-    close(report[0]);
-    waitpid(host, nullptr, 0);
-    return delay;
+        return std::to_string(match >= 0 && issue >= 0 ? issue - match : -1);
+    });
+    return text.empty() ? -1 : std::atof(text.c_str());
 }
 
 }  // namespace

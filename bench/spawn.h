@@ -1,0 +1,95 @@
+// Child processes for the benchmarks: started with their output on a pipe, killed with the
+// benchmark, and private hosts to run them on.
+#ifndef QOR_BENCH_SPAWN_H
+#define QOR_BENCH_SPAWN_H
+
+#include <fcntl.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+// Starts `command` (a path, or a name looked up in PATH) with its standard output, and its
+// standard error too when `with_errors` (else /dev/null), on a pipe whose reading end goes to
+// `output`. The child dies with this process.
+inline pid_t spawn_piped(const std::vector<std::string>& command, bool with_errors, int& output) {
+    int ends[2];
+    if (pipe(ends) != 0) {
+        std::perror("pipe");
+        std::exit(2);
+    }
+    pid_t pid = fork();
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        int null = open("/dev/null", O_RDWR);
+        dup2(ends[1], STDOUT_FILENO);
+        dup2(with_errors ? ends[1] : null, STDERR_FILENO);
+        dup2(null, STDIN_FILENO);
+        close(ends[0]);
+        std::vector<char*> argv;
+        for (const std::string& word : command) {
+            argv.push_back(const_cast<char*>(word.c_str()));
+        }
+        argv.push_back(nullptr);
+        execvp(argv[0], argv.data());
+        _exit(127);
+    }
+    close(ends[1]);
+    output = ends[0];
+    return pid;
+}
+
+// Makes this (forked) process a private host: its own network namespace with loopback
+// multicast, and its own /dev/shm.
+inline bool enter_private_host() {
+    return unshare(CLONE_NEWNET | CLONE_NEWNS) == 0 &&
+           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256m,mode=1777") == 0 &&
+           std::system(
+               "ip link set lo up && ip link set lo multicast on && "
+               "ip route add 224.0.0.0/4 dev lo && "
+               "{ ip -6 route add ff00::/8 dev lo table local 2>/dev/null || true; }") == 0;
+}
+
+// Runs `job` in a forked process on a fresh private host and returns the text it returned;
+// empty when the host could not be made (root is needed).
+inline std::string on_private_host(const std::function<std::string()>& job) {
+    int report[2];
+    if (pipe(report) != 0) {
+        std::exit(2);
+    }
+    pid_t host = fork();
+    if (host == 0) {
+        close(report[0]);
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (!enter_private_host()) {
+            _exit(3);
+        }
+        std::string text = job();
+        _exit(write(report[1], text.data(), text.size()) < 0 ? 4 : 0);
+    }
+    close(report[1]);
+    std::string text;
+    char buffer[512];
+    for (ssize_t count; (count = read(report[0], buffer, sizeof buffer)) > 0;) {
+        text.append(buffer, static_cast<size_t>(count));
+    }
+    close(report[0]);
+    waitpid(host, nullptr, 0);
+    return text;
+}
+
+}  // namespace bench
+
+#endif
