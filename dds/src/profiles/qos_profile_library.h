@@ -20,7 +20,7 @@ namespace qordds {
 
 // The largest QoS file read: QoS documents take kilobytes, and 100,000 profiles fit in 3 MB.
 // Anything that is not a regular file is refused as well.
-const size_t qos_file_size_limit = 8 * 1024 * 1024;
+const size_t qos_file_size_limit = size_t{8} * 1024 * 1024;
 
 // One qos_profile element and its QoS elements, in document order.
 struct QosProfile {
