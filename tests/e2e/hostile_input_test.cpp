@@ -303,4 +303,32 @@ TEST(HostileInput, BestEffortMissedSamplesEqualTheDroppedPackets) {
     }
 }
 
+// Reliable with a queue of one second of samples at 30 % loss of data, heartbeats and
+// acknowledgements: every issue arrives, none is missed, no write gives up.
+TEST(HostileInput, ReliableWithASufficientQueueMissesNothingAtThirtyPercentLoss) {
+    qortest::PrivateHost host;
+    std::unique_ptr<qortest::Process> nft = host.start(
+        {"nft",
+         "add table inet loss; add chain inet loss out { type filter hook output priority "
+         "0; }; add rule inet loss out udp dport { 7411, 7413, 7415, 7417 } numgen random "
+         "mod 100 < 30 counter drop"});
+    ASSERT_TRUE(nft->wait(30));
+    ASSERT_EQ(0, nft->exitStatus()) << nft->errors();
+    std::unique_ptr<qortest::Process> subscriber = host.startPing(
+        {"-transport", "1", "-reliable", "-queueSize", "100", "-subscriber", "-timeout", "5"});
+    ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30));
+    std::unique_ptr<qortest::Process> publisher =
+        host.startPing({"-transport", "1", "-reliable", "-queueSize", "100", "-numSamples", "500",
+                        "-sendPeriod", "0.01"});
+    ASSERT_TRUE(publisher->wait(120));
+    ASSERT_TRUE(subscriber->wait(60));
+    std::unique_ptr<qortest::Process> counter = host.start({"nft", "list table inet loss"});
+    ASSERT_TRUE(counter->wait(30));
+    EXPECT_EQ(std::string::npos, counter->output().find("counter packets 0 ")) << counter->output();
+    EXPECT_EQ(std::string::npos, publisher->output().find("write error")) << publisher->output();
+    std::string output = subscriber->output();
+    EXPECT_EQ(std::string::npos, output.find("Detected Missed Sample(s)")) << output;
+    EXPECT_NE(std::string::npos, output.find("issue received: 0000499\n")) << output;
+}
+
 }  // namespace
