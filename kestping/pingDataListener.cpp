@@ -132,8 +132,6 @@ void KestPingDataListener::on_liveliness_changed(DDSDataReader*,
         std::printf("Current alive publisher tally is: %d\n", status.alive_count);
     }
     multiplePublishers.store(status.alive_count >= 2, std::memory_order_relaxed);
-    // A publisher that leaves is news now, also into a pipe or a file, not at the next sample.
-    std::fflush(stdout);
 }
 
 void KestPingDataListener::on_subscription_matched(DDSDataReader*,
@@ -147,28 +145,24 @@ void KestPingDataListener::on_subscription_matched(DDSDataReader*,
         std::printf("Found %d additional ping publishers(s).\n", status.current_count_change);
     }
     std::printf("Current publisher tally is: %d\n", status.current_count);
-    std::fflush(stdout);
 }
 
 void KestPingDataListener::on_requested_deadline_missed(DDSDataReader*,
                                                         const DDS_RequestedDeadlineMissedStatus&) {
     if (theVerbosity >= 1) {
         std::puts("DataListener::on_requested_deadline_missed !!!!");
-        std::fflush(stdout);
     }
 }
 
 void KestPingDataListener::on_sample_rejected(DDSDataReader*, const DDS_SampleRejectedStatus&) {
     if (theVerbosity >= 1) {
         std::puts("DataListener::on_sample_rejected !!!!");
-        std::fflush(stdout);
     }
 }
 
 void KestPingDataListener::on_sample_lost(DDSDataReader*, const DDS_SampleLostStatus&) {
     if (!timeFilterActive && theVerbosity >= 1) {
         std::puts("DataListener::on_sample_lost !!!!");
-        std::fflush(stdout);
     }
 }
 
@@ -178,7 +172,6 @@ void KestPingDataListener::on_requested_incompatible_qos(
         std::puts("DataListener::on_requested_incompatible_qos !!!!");
     }
     if (status.policies.length() < 1) {
-        std::fflush(stdout);
         return;
     }
     std::printf("Incompatible policies: [ ");
@@ -186,5 +179,4 @@ void KestPingDataListener::on_requested_incompatible_qos(
         std::printf("%d, ", static_cast<int>(status.policies[i].policy_id));
     }
     std::printf("];\n");
-    std::fflush(stdout);
 }

@@ -26,7 +26,6 @@ void KESTPingDataWriterListener::on_publication_matched(
         std::printf("Detected loss of %d ping subscriber(s).\n", -status.current_count_change);
     }
     std::printf("Current subscriber tally is: %d\n", status.current_count);
-    std::fflush(stdout);
 }
 
 void KESTPingDataWriterListener::on_reliable_writer_cache_changed(
