@@ -113,20 +113,8 @@ void run_until_done(const std::vector<Child*>& children, Clock::time_point epoch
                 continue;
             }
             Child& child = *open_children[i];
-            char buffer[65536];
-            ssize_t count = read(child.output, buffer, sizeof buffer);
-            if (count <= 0) {
-                close(child.output);
-                child.output = -1;
-                continue;
-            }
-            child.pending.append(buffer, static_cast<size_t>(count));
-            size_t start = 0;
-            for (size_t end; (end = child.pending.find('\n', start)) != std::string::npos;
-                 start = end + 1) {
-                take_line(child, child.pending.substr(start, end - start), now);
-            }
-            child.pending.erase(0, start);
+            bench::read_lines(child.output, child.pending,
+                              [&](const std::string& line) { take_line(child, line, now); });
         }
     }
     for (Child* child : children) {

@@ -104,18 +104,9 @@ void collect(const std::vector<Child*>& children, Clock::time_point epoch, Clock
                 continue;
             }
             Child& child = *open_children[i];
-            char buffer[4096];
-            ssize_t count = read(child.output, buffer, sizeof buffer);
-            if (count <= 0) {
-                close(child.output);
-                child.output = -1;
-                continue;
-            }
-            child.pending.append(buffer, static_cast<size_t>(count));
-            for (size_t end; (end = child.pending.find('\n')) != std::string::npos;) {
-                child.lines.push_back({now_ms, child.pending.substr(0, end)});
-                child.pending.erase(0, end + 1);
-            }
+            bench::read_lines(child.output, child.pending, [&](const std::string& line) {
+                child.lines.push_back({now_ms, line});
+            });
         }
     }
     for (Child* child : children) {

@@ -50,6 +50,25 @@ inline pid_t spawn_piped(const std::vector<std::string>& command, bool with_erro
     return pid;
 }
 
+// Reads what is waiting on the pipe `output` after `pending`, the unfinished line of the last
+// read, and hands each complete line to `take`. At the pipe's end closes it and sets it to -1.
+inline void read_lines(int& output, std::string& pending,
+                       const std::function<void(const std::string&)>& take) {
+    char buffer[65536];
+    ssize_t count = read(output, buffer, sizeof buffer);
+    if (count <= 0) {
+        close(output);
+        output = -1;
+        return;
+    }
+    pending.append(buffer, static_cast<size_t>(count));
+    size_t start = 0;
+    for (size_t end; (end = pending.find('\n', start)) != std::string::npos; start = end + 1) {
+        take(pending.substr(start, end - start));
+    }
+    pending.erase(0, start);
+}
+
 // Makes this (forked) process a private host: its own network namespace with loopback
 // multicast, and its own /dev/shm.
 inline bool enter_private_host() {
