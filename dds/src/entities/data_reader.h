@@ -53,6 +53,8 @@ class UntypedDataReader : public DDSDataReader {
     void set_typed(DDSDataReader* typed) { typed_ = typed; }
     DDSDataReader* typed() const { return typed_; }
     DDSTopic* topic() const { return topic_; }
+    // The Fast DDS reader once attached.
+    eprosima::fastdds::dds::DataReader* fast() const { return fast_; }
 
     DDSDataReaderListener* get_listener() override {
         return listener_->get<DDSDataReaderListener>();

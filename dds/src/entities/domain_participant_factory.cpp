@@ -271,6 +271,7 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(
     // participant.
     ReturnCode rc = ReturnCode::RETCODE_ERROR;
     participant->impl()->repair.stop();
+    participant->impl()->diagnostics.stop();
     try {
         rc = fd::DomainParticipantFactory::get_instance()->delete_participant(
             participant->impl()->fast);

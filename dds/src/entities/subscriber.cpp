@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 
+#include "diagnostics/fast_facts.h"
 #include "entities/deferred_deletion.h"
 #include "entities/participant_impl.h"
 #include "entities/subscriber_impl.h"
@@ -102,6 +103,7 @@ DDSDataReader* DDSSubscriber::create_datareader(DDSTopicDescription* description
         type->plugin.type_support->destroy_datareaderI(typed);
         return nullptr;
     }
+    participant->diagnostics.local_endpoint(qordds::facts_of(*reader->fast()));
     topic->impl()->endpoints += 1;
     impl_->readers.push_back(reader.release());
     return typed;
