@@ -85,6 +85,35 @@ bool routable(const frtps::Locator_t& locator) {
     return ok;
 }
 
+// The first shared-memory port among the unicast locators; 0 when there is none.
+uint32_t shm_port(const frtps::RemoteLocatorList& locators) {
+    for (const frtps::Locator_t& locator : locators.unicast) {
+        if (locator.kind == LOCATOR_KIND_SHM) {
+            return locator.port;
+        }
+    }
+    return 0;
+}
+
+// Whether one of the participant's UDP unicast addresses is one of this host's.
+bool announces_local_address(const frtps::RemoteLocatorList& locators) {
+    std::vector<InterfaceAddress> own = interface_addresses();
+    for (const frtps::Locator_t& locator : locators.unicast) {
+        if (locator.kind != LOCATOR_KIND_UDPv4 && locator.kind != LOCATOR_KIND_UDPv6) {
+            continue;
+        }
+        std::string address = locator.kind == LOCATOR_KIND_UDPv4
+                                  ? frtps::IPLocator::toIPv4string(locator)
+                                  : frtps::IPLocator::toIPv6string(locator);
+        for (const InterfaceAddress& mine : own) {
+            if (mine.address == address) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 bool has_kind(const frtps::RemoteLocatorList& locators, int32_t kind) {
     for (const frtps::Locator_t& locator : locators.unicast) {
         if (locator.kind == kind) {
@@ -100,6 +129,13 @@ void ParticipantDiagnostics::describe_participant(const frtps::GuidPrefix_t& own
                                                   const ProcessResources& added) {
     std::string prefix = prefix_text(own);
     int index = index_of(static_cast<uint32_t>(domain_), added);
+    for (const std::string& file : added.shm_files) {
+        unsigned port = 0;
+        char rest = 0;
+        if (std::sscanf(file.c_str(), "fastrtps_port%u%c", &port, &rest) == 1) {
+            own_shm_ports_.insert(port);
+        }
+    }
     std::string tag = tag_.empty() ? "none" : "\"" + printable(tag_) + "\"";
     log(LogKind::Info, kLocal,
         "participant %s: domain %d, participant index %s, domain tag %s, "
@@ -173,9 +209,11 @@ void ParticipantDiagnostics::describe_remote(const frtps::ParticipantProxyData& 
     std::string prefix = prefix_text(data.m_guid.guidPrefix);
     std::string name = printable(data.m_participantName.to_string());
     bool fast = is_fast_dds(data.m_VendorId);
-    // Fast DDS writes its host's id into bytes 2 and 3 of the prefix.
-    bool same_host = fast && data.m_guid.guidPrefix.value[2] == own_.value[2] &&
-                     data.m_guid.guidPrefix.value[3] == own_.value[3];
+    // Fast DDS writes its host's id into bytes 2 and 3 of the prefix; of others, an address
+    // of this host among their locators tells.
+    bool same_host = fast ? data.m_guid.guidPrefix.value[2] == own_.value[2] &&
+                                data.m_guid.guidPrefix.value[3] == own_.value[3]
+                          : announces_local_address(data.metatraffic_locators);
     if (std::strncmp(event, "lost", 4) == 0) {
         log(LogKind::RemoteInfo, kRemote, "remote participant %s \"%s\" %s", prefix.c_str(),
             name.c_str(), event);
@@ -188,18 +226,15 @@ void ParticipantDiagnostics::describe_remote(const frtps::ParticipantProxyData& 
     log(LogKind::RemoteInfo, kRemote,
         "remote participant %s \"%s\" %s: vendor %s, %s, lease duration %s", prefix.c_str(),
         name.c_str(), event, vendor_name(data.m_VendorId[0], data.m_VendorId[1]).c_str(),
-        fast ? (same_host ? "on this host" : "on another host") : "host unknown", lease.c_str());
+        same_host ? "on this host" : "on another host", lease.c_str());
     log(LogKind::RemoteInfo, kRemote, "remote participant %s metatraffic locators: %s",
         prefix.c_str(), locators_text(data.metatraffic_locators).c_str());
     log(LogKind::RemoteInfo, kRemote, "remote participant %s user-data locators: %s",
         prefix.c_str(), locators_text(data.default_locators).c_str());
-    if (same_host && (transports_.mask & DDS_TRANSPORTBUILTIN_SHMEM) != 0 &&
-        has_kind(data.metatraffic_locators, LOCATOR_KIND_SHM)) {
-        log(LogKind::RemoteInfo, kRemote,
-            "remote participant %s is on this host and both announce shared memory: Fast DDS "
-            "then sends it everything but announcements over shared memory only, which reaches "
-            "it only if both processes see the same /dev/shm (not so across containers)",
-            prefix.c_str());
+    if (fast && same_host && (transports_.mask & DDS_TRANSPORTBUILTIN_SHMEM) != 0 &&
+        shm_port(data.metatraffic_locators) != 0) {
+        participants_[data.m_guid.guidPrefix].over_shared_memory = true;
+        describe_shared_memory(prefix, shm_port(data.metatraffic_locators));
     }
     std::string unreachable;
     bool any_udp = false;
@@ -218,6 +253,28 @@ void ParticipantDiagnostics::describe_remote(const frtps::ParticipantProxyData& 
             "locators it announces, never at the address its packets came from",
             prefix.c_str(), unreachable.c_str());
     }
+}
+
+// Its port is a file in /dev/shm, and no two participants that share /dev/shm have the same
+// port: a port this participant has itself, or one missing here, is another /dev/shm's.
+void ParticipantDiagnostics::describe_shared_memory(const std::string& prefix, uint32_t port) {
+    std::string file = "fastrtps_port" + std::to_string(port);
+    if (own_shm_ports_.count(port) == 0 && shm_file_size(file) >= 0) {
+        log(LogKind::RemoteInfo, kRemote,
+            "remote participant %s is on this host and both announce shared memory: Fast DDS "
+            "sends it everything but announcements over shared memory (its port /dev/shm/%s "
+            "is here)",
+            prefix.c_str(), file.c_str());
+        return;
+    }
+    log(LogKind::RemoteInfo, kRemote,
+        "remote participant %s is on this host by its GUID and both announce shared memory, but "
+        "its port /dev/shm/%s %s: the two processes do not share /dev/shm (different "
+        "containers or mount namespaces), and Fast DDS sends it everything but announcements "
+        "over shared memory only, so endpoints will neither match nor exchange data; leave "
+        "shared memory out of the transports of either side",
+        prefix.c_str(), file.c_str(),
+        own_shm_ports_.count(port) != 0 ? "is this participant's own" : "is not in this /dev/shm");
 }
 
 std::string ParticipantDiagnostics::alone_warning() const {

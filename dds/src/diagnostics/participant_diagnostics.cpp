@@ -2,6 +2,9 @@
 
 #include <fastdds/rtps/builtin/data/ParticipantProxyData.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "diagnostics/fast_facts.h"
 #include "log/log.h"
 #include "workarounds/domain_isolation.h"
@@ -11,6 +14,7 @@ namespace frtps = eprosima::fastrtps::rtps;
 namespace qordds {
 
 constexpr std::chrono::seconds ParticipantDiagnostics::kAloneLimit;
+constexpr std::chrono::seconds ParticipantDiagnostics::kSilenceLimit;
 
 namespace {
 
@@ -79,11 +83,77 @@ void ParticipantDiagnostics::stop() {
 
 void ParticipantDiagnostics::watch() {
     std::unique_lock<std::mutex> lock(mutex_);
-    auto until = std::chrono::steady_clock::now() + kAloneLimit;
-    wake_.wait_until(lock, until, [this] { return stopping_ || found_any_; });
-    if (!stopping_ && !found_any_) {
-        log(LogKind::Warning, kRemote, "%s", alone_warning().c_str());
+    Clock::time_point alone_end = Clock::now() + kAloneLimit;
+    bool alone_checked = false;
+    while (!stopping_) {
+        Clock::time_point now = Clock::now();
+        if (!alone_checked && (found_any_ || now >= alone_end)) {
+            alone_checked = true;
+            if (!found_any_) {
+                log(LogKind::Warning, kRemote, "%s", alone_warning().c_str());
+            }
+        }
+        Clock::time_point next = report_silent(now);
+        if (!alone_checked) {
+            next = std::min(next, alone_end);
+        }
+        if (next == Clock::time_point::max()) {
+            wake_.wait(lock);
+        } else {
+            wake_.wait_until(lock, next);
+        }
     }
+}
+
+ParticipantDiagnostics::Clock::time_point ParticipantDiagnostics::report_silent(
+    Clock::time_point now) {
+    Clock::time_point next = Clock::time_point::max();
+    for (auto it = silent_.begin(); it != silent_.end();) {
+        if (it->second.until > now) {
+            next = std::min(next, it->second.until);
+            ++it;
+            continue;
+        }
+        std::string writer = guid_text(it->first.second);
+        auto participant = participants_.find(it->first.second.guidPrefix);
+        bool shared_memory =
+            participant != participants_.end() && participant->second.over_shared_memory;
+        double seconds = std::chrono::duration<double>(it->second.until - it->second.since).count();
+        log(LogKind::RemoteInfo, kRemote,
+            "remote writer %s matched local reader %s, but not one sample has arrived from it "
+            "within %g s of the match%s",
+            writer.c_str(), guid_text(it->first.first).c_str(), seconds,
+            shared_memory ? "; the match went over shared memory: the two processes may not "
+                            "share /dev/shm (for example, different containers)"
+                          : "");
+        it = silent_.erase(it);
+    }
+    return next;
+}
+
+void ParticipantDiagnostics::writer_matched(const frtps::GUID_t& reader,
+                                            const frtps::GUID_t& writer, bool matched) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto key = std::make_pair(reader, writer);
+    if (!matched) {
+        silent_.erase(key);
+        return;
+    }
+    Clock::duration limit = kSilenceLimit;
+    auto remote = remotes_.find(guid_text(writer));
+    if (remote != remotes_.end() && !std::isinf(remote->second.deadline)) {
+        limit = std::max(limit, std::chrono::duration_cast<Clock::duration>(
+                                    std::chrono::duration<double>(2 * remote->second.deadline)));
+    }
+    Clock::time_point now = Clock::now();
+    silent_[key] = SilentMatch{now, now + limit};
+    wake_.notify_all();
+}
+
+void ParticipantDiagnostics::first_sample(const frtps::GUID_t& reader,
+                                          const frtps::GUID_t& writer) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    silent_.erase(std::make_pair(reader, writer));
 }
 
 void ParticipantDiagnostics::participant_event(const frtps::ParticipantDiscoveryInfo& info) {

@@ -7,6 +7,9 @@
 // At verbosity 4 (remote information): each remote participant found or lost, and each
 // remote endpoint whose topic is the one of a local endpoint of the other kind, or differs
 // only in letter case or domain tag: whether they match, and if not, every reason why.
+// Also at verbosity 4: a remote writer matched by a local reader from which not one sample
+// has arrived two of its send periods (its offered deadline) or 2 s after the match, whichever
+// is longer; heartbeats are not seen by the binding.
 // At verbosity 2 (warnings): one warning when no remote participant has been found 5 s after
 // enable, naming how discovery announces this participant.
 //
@@ -37,8 +40,11 @@ namespace qordds {
 
 class ParticipantDiagnostics {
   public:
+    typedef std::chrono::steady_clock Clock;
     // How long a participant may be alone before the warning.
     static constexpr std::chrono::seconds kAloneLimit{5};
+    // How long a matched writer may stay silent, at least.
+    static constexpr std::chrono::seconds kSilenceLimit{2};
 
     ParticipantDiagnostics() = default;
     ~ParticipantDiagnostics();
@@ -58,11 +64,22 @@ class ParticipantDiagnostics {
     void writer_event(const eprosima::fastrtps::rtps::WriterDiscoveryInfo& info);
     // A local endpoint was created: describes it and compares it with the remote ones known.
     void local_endpoint(const EndpointFacts& facts);
+    // A local reader matched (or unmatched) a writer, and the first sample from a writer it
+    // matched arrived.
+    void writer_matched(const eprosima::fastrtps::rtps::GUID_t& reader,
+                        const eprosima::fastrtps::rtps::GUID_t& writer, bool matched);
+    void first_sample(const eprosima::fastrtps::rtps::GUID_t& reader,
+                      const eprosima::fastrtps::rtps::GUID_t& writer);
 
   private:
     struct RemoteParticipant {
         std::string name;
         bool tag_reported = false;
+        bool over_shared_memory = false;  // on this host, both with shared memory
+    };
+    struct SilentMatch {
+        Clock::time_point since;
+        Clock::time_point until;  // when its silence is reported
     };
 
     void remote_endpoint(const EndpointFacts& remote, bool changed);
@@ -73,7 +90,10 @@ class ParticipantDiagnostics {
     void describe_local(const EndpointFacts& facts);
     void describe_remote(const eprosima::fastrtps::rtps::ParticipantProxyData& data,
                          const char* event);
+    void describe_shared_memory(const std::string& prefix, uint32_t port);
     void watch();
+    // Reports the matches silent past their limit; the earliest limit still ahead.
+    Clock::time_point report_silent(Clock::time_point now);
     std::string alone_warning() const;
 
     std::mutex mutex_;  // everything below
@@ -83,11 +103,16 @@ class ParticipantDiagnostics {
     BuiltinTransports transports_;
     std::vector<std::string> peers_;
     ProcessResources before_;
+    std::set<uint32_t> own_shm_ports_;  // the port files this participant made
     eprosima::fastrtps::rtps::GuidPrefix_t own_;
     std::map<std::string, EndpointFacts> locals_;             // by GUID text
     std::map<std::string, EndpointFacts> remotes_;            // by GUID text
     std::set<std::pair<std::string, std::string>> compared_;  // (local, remote) reported
     std::map<eprosima::fastrtps::rtps::GuidPrefix_t, RemoteParticipant> participants_;
+    // Matched writers with no sample yet, by (reader, writer).
+    std::map<std::pair<eprosima::fastrtps::rtps::GUID_t, eprosima::fastrtps::rtps::GUID_t>,
+             SilentMatch>
+        silent_;
     bool found_any_ = false;
     bool stopping_ = false;
     std::condition_variable wake_;

@@ -98,6 +98,7 @@ DDSDataReader* DDSSubscriber::create_datareader(DDSTopicDescription* description
         return nullptr;
     }
     reader->set_typed(typed);
+    reader->report_arrivals_to(&participant->diagnostics);
     if (!reader->attach(impl_->fast, topic->impl()->fast, fast_qos)) {
         qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the reader");
         type->plugin.type_support->destroy_datareaderI(typed);
