@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
+#include <memory>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -186,6 +188,160 @@ TEST(Diagnostics, AParticipantUnderAnotherDomainTagIsNamed) {
     std::string expected = "INFO [discovery] remote participant " + localPrefix(run.publisher) +
                            " is in domain 0 under domain tag \"blue\", this one under \"red\"";
     EXPECT_EQ(1u, count(run.subscriber, expected)) << expected << "\nin:\n" << run.subscriber;
+}
+
+// Two hosts linked by a veth pair: each names its own veth address and ports at verbosity 3,
+// and the other side shows them among its locators at verbosity 4.
+TEST(Diagnostics, EachSideNamesItsVethAddressAndTheOtherSeesIt) {
+    qortest::PrivateNetwork network(2);
+    auto sub = network.host(0).startPing({"-subscriber", "-timeout", "3", "-verbosity", "4"});
+    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    auto pub =
+        network.host(1).startPing({"-numSamples", "10", "-sendPeriod", "0.2", "-verbosity", "4"});
+    ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
+    ASSERT_TRUE(sub->wait(GENEROUS)) << sub->output();
+    const std::string sides[2] = {sub->output(), pub->output()};
+    for (int self = 0; self < 2; ++self) {
+        int other = 1 - self;
+        std::string prefix = localPrefix(sides[self]);
+        std::string address = qortest::PrivateNetwork::address(self);
+        Lines own = {"INFO [local] participant " + prefix + ": UDPv4 " + address +
+                     " on eth0, ports 7410 and 7411"};
+        Lines seen = {"INFO [discovery] remote participant " + prefix +
+                          " metatraffic locators: unicast UDPv4 " + address + ":7410",
+                      "INFO [discovery] remote participant " + prefix +
+                          " user-data locators: unicast UDPv4 " + address + ":7411"};
+        for (const std::string& line : own) {
+            EXPECT_EQ(1u, count(sides[self], line)) << line << "\nin:\n" << sides[self];
+        }
+        for (const std::string& line : seen) {
+            EXPECT_EQ(1u, count(sides[other], line)) << line << "\nin:\n" << sides[other];
+        }
+    }
+    EXPECT_EQ(10u, countStarting(sides[0], ISSUED)) << sides[0];
+}
+
+const std::string ALONE_WARNING =
+    "WARNING [discovery] no other participant found in domain 0 after 5 s: this one announces "
+    "itself to multicast group 239.255.0.1, port 7400, time-to-live 1; where multicast does "
+    "not pass, name the other host with -peer";
+
+// Drops the multicast that reaches a host's eth0.
+void dropMulticast(qortest::PrivateNetwork& network, int host) {
+    network.run(host, {"nft", "add", "table", "inet", "qor"});
+    network.run(host, {"nft", "add", "chain", "inet", "qor", "in",
+                       "{ type filter hook input priority 0; }"});
+    network.run(host, {"nft", "add", "rule", "inet", "qor", "in", "iifname", "eth0", "ip", "daddr",
+                       "224.0.0.0/4", "drop"});
+}
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// With multicast dropped between the hosts, both sides warn at verbosity 2 after 5 s alone; with
+// -peer on both sides they find each other, nothing is said, and samples flow.
+TEST(Diagnostics, BlockedMulticastIsWarnedOfUnlessPeersAreNamed) {
+    qortest::PrivateNetwork network(2);
+    dropMulticast(network, 0);
+    dropMulticast(network, 1);
+    for (bool peers : {false, true}) {
+        SCOPED_TRACE(peers ? "with -peer" : "without -peer");
+        Lines sub = {"-subscriber", "-timeout", "8", "-verbosity", "2"};
+        Lines pub = {"-numSamples", "40", "-sendPeriod", "0.2", "-verbosity", "2"};
+        if (peers) {
+            sub = concat(sub, {"-peer", qortest::PrivateNetwork::address(1)});
+            pub = concat(pub, {"-peer", qortest::PrivateNetwork::address(0)});
+        }
+        auto start = std::chrono::steady_clock::now();
+        auto subscriber = network.host(0).startPing(sub);
+        auto publisher = network.host(1).startPing(pub);
+        if (!peers) {
+            EXPECT_TRUE(waitForOutput(*subscriber, ALONE_WARNING)) << subscriber->output();
+            std::printf("subscriber warned %.2f s after its launch\n", secondsSince(start));
+            EXPECT_TRUE(waitForOutput(*publisher, ALONE_WARNING)) << publisher->output();
+            std::printf("publisher warned %.2f s after its launch\n", secondsSince(start));
+        }
+        ASSERT_TRUE(publisher->wait(GENEROUS)) << publisher->output();
+        ASSERT_TRUE(subscriber->wait(GENEROUS)) << subscriber->output();
+        size_t warnings = peers ? 0u : 1u;
+        EXPECT_EQ(warnings, count(subscriber->output(), ALONE_WARNING)) << subscriber->output();
+        EXPECT_EQ(warnings, count(publisher->output(), ALONE_WARNING)) << publisher->output();
+        if (peers) {
+            EXPECT_LT(30u, countStarting(subscriber->output(), ISSUED)) << subscriber->output();
+        } else {
+            EXPECT_EQ(0u, countStarting(subscriber->output(), ISSUED)) << subscriber->output();
+        }
+    }
+}
+
+// Starts qorddsping on `host` with a /dev/shm of its own, apart from the host's.
+std::unique_ptr<Process> startWithOwnDevShm(PrivateHost& host, const Lines& arguments) {
+    return host.start(
+        concat({"unshare", "--mount", "sh", "-c",
+                "mount -t tmpfs tmpfs /dev/shm && exec \"$0\" \"$@\"", QOR_PING_BINARY},
+               arguments));
+}
+
+// Two processes on one host, each with its own /dev/shm, shared memory their only transport:
+// they never find each other, and the subscriber says why.
+TEST(Diagnostics, SharedMemoryOnlyWithoutASharedDevShmFindsNoOneAndSaysWhy) {
+    PrivateHost host;
+    auto sub = startWithOwnDevShm(
+        host, {"-subscriber", "-timeout", "7", "-verbosity", "4", "-transport", "2"});
+    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    auto pub = host.startPing({"-numSamples", "30", "-sendPeriod", "0.25", "-transport", "2"});
+    ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
+    ASSERT_TRUE(sub->wait(GENEROUS)) << sub->output();
+    std::string expected =
+        "WARNING [discovery] no other participant found in domain 0 after 5 s: shared memory is "
+        "the only transport, and it reaches only processes that see this process's /dev/shm "
+        "(not those of another container or host); add UDPv4 to the transports to reach them";
+    EXPECT_EQ(1u, count(sub->output(), expected)) << expected << "\nin:\n" << sub->output();
+    EXPECT_EQ(0u, countStarting(sub->output(), "INFO [discovery] remote")) << sub->output();
+    EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
+}
+
+// With the default transports the two find each other by UDP, but Fast DDS then talks to a
+// participant on the same host over shared memory only: the subscriber names the cause.
+TEST(Diagnostics, APeerWithAnotherDevShmOnThisHostIsNamed) {
+    PrivateHost host;
+    auto sub = startWithOwnDevShm(host, {"-subscriber", "-timeout", "4", "-verbosity", "4"});
+    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    auto pub = host.startPing({"-numSamples", "15", "-sendPeriod", "0.25", "-verbosity", "3"});
+    ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
+    ASSERT_TRUE(sub->wait(GENEROUS)) << sub->output();
+    std::string expected =
+        "INFO [discovery] remote participant " + localPrefix(pub->output()) +
+        " is on this host by its GUID and both announce shared memory, but its port "
+        "/dev/shm/fastrtps_port7410 is this participant's own: the two processes do not share "
+        "/dev/shm (different containers or mount namespaces), and Fast DDS sends it everything "
+        "but announcements over shared memory only, so endpoints will neither match nor "
+        "exchange data; leave shared memory out of the transports of either side";
+    EXPECT_EQ(1u, count(sub->output(), expected)) << expected << "\nin:\n" << sub->output();
+    EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
+}
+
+// Matched over UDP, but the subscriber's host drops the data: the writer is named silent.
+TEST(Diagnostics, AMatchedWriterThatSendsNothingHereIsNamed) {
+    qortest::PrivateNetwork network(2);
+    network.run(0, {"nft", "add", "table", "inet", "qor"});
+    network.run(
+        0, {"nft", "add", "chain", "inet", "qor", "in", "{ type filter hook input priority 0; }"});
+    network.run(0, {"nft", "add", "rule", "inet", "qor", "in", "iifname", "eth0", "udp", "dport",
+                    "7411", "drop"});
+    auto sub = network.host(0).startPing(
+        {"-subscriber", "-timeout", "4", "-verbosity", "4", "-transport", "1"});
+    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    auto pub = network.host(1).startPing(
+        {"-numSamples", "25", "-sendPeriod", "0.2", "-verbosity", "3", "-transport", "1"});
+    ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
+    ASSERT_TRUE(sub->wait(GENEROUS)) << sub->output();
+    std::string expected = "INFO [discovery] remote writer " + localGuid(pub->output(), "writer") +
+                           " matched local reader " + localGuid(sub->output(), "reader") +
+                           ", but not one sample has arrived from it within 2 s of the match";
+    EXPECT_EQ(1u, count(sub->output(), expected)) << expected << "\nin:\n" << sub->output();
+    EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
 }
 
 }  // namespace
