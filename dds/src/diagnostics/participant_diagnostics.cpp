@@ -33,6 +33,7 @@ std::string remote_title(const EndpointFacts& remote) {
 
 std::vector<std::string> names_of(const DDS_StringSeq& names) {
     std::vector<std::string> result;
+    result.reserve(static_cast<size_t>(names.length()));
     for (int32_t i = 0; i < names.length(); ++i) {
         result.push_back(names[i] == nullptr ? "" : names[i]);
     }
