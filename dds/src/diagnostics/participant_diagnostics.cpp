@@ -48,7 +48,7 @@ ParticipantDiagnostics::~ParticipantDiagnostics() {
 
 void ParticipantDiagnostics::enabling(DDS_DomainId_t domain, const DDS_DomainParticipantQos& qos,
                                       const BuiltinTransports& transports) {
-    ProcessResources before = process_resources();
+    ProcessResources before = described() ? process_resources() : ProcessResources();
     std::lock_guard<std::mutex> lock(mutex_);
     domain_ = domain;
     tag_ = domain_tag(qos);
@@ -60,15 +60,18 @@ void ParticipantDiagnostics::enabling(DDS_DomainId_t domain, const DDS_DomainPar
 }
 
 void ParticipantDiagnostics::enabled(const eprosima::fastdds::dds::DomainParticipant& fast) {
-    ProcessResources added;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        added = added_resources(before_, process_resources());
         own_ = fast.guid().guidPrefix;
-        describe_participant(own_, added);
+        if (described()) {
+            describe_participant(own_, added_resources(before_, process_resources()));
+        }
         stopping_ = false;
     }
-    watcher_ = std::thread([this] { watch(); });
+    // Below verbosity 2 the watch would have nothing to say.
+    if (log_enabled(LogKind::Warning) || log_enabled(LogKind::RemoteInfo)) {
+        watcher_ = std::thread([this] { watch(); });
+    }
 }
 
 void ParticipantDiagnostics::stop() {
@@ -134,6 +137,9 @@ ParticipantDiagnostics::Clock::time_point ParticipantDiagnostics::report_silent(
 
 void ParticipantDiagnostics::writer_matched(const frtps::GUID_t& reader,
                                             const frtps::GUID_t& writer, bool matched) {
+    if (!log_enabled(LogKind::RemoteInfo)) {
+        return;
+    }
     std::lock_guard<std::mutex> lock(mutex_);
     auto key = std::make_pair(reader, writer);
     if (!matched) {
@@ -164,12 +170,17 @@ void ParticipantDiagnostics::participant_event(const frtps::ParticipantDiscovery
     if (prefix == own_) {
         return;
     }
+    if (info.status == frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT && !found_any_) {
+        found_any_ = true;
+        wake_.notify_all();
+    }
+    if (!log_enabled(LogKind::RemoteInfo)) {
+        return;
+    }
     switch (info.status) {
         case frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT:
-            found_any_ = true;
             participants_[prefix].name = data.m_participantName.to_string();
             describe_remote(data, "discovered");
-            wake_.notify_all();
             break;
         case frtps::ParticipantDiscoveryInfo::CHANGED_QOS_PARTICIPANT:
             break;  // the binding's own repair changes USER_DATA; nothing to tell
@@ -185,6 +196,9 @@ void ParticipantDiagnostics::participant_event(const frtps::ParticipantDiscovery
 }
 
 void ParticipantDiagnostics::reader_event(const frtps::ReaderDiscoveryInfo& info) {
+    if (!log_enabled(LogKind::RemoteInfo)) {
+        return;
+    }
     EndpointFacts facts = facts_of(info.info);
     std::lock_guard<std::mutex> lock(mutex_);
     if (info.info.guid().guidPrefix == own_) {
@@ -204,6 +218,9 @@ void ParticipantDiagnostics::reader_event(const frtps::ReaderDiscoveryInfo& info
 }
 
 void ParticipantDiagnostics::writer_event(const frtps::WriterDiscoveryInfo& info) {
+    if (!log_enabled(LogKind::RemoteInfo)) {
+        return;
+    }
     EndpointFacts facts = facts_of(info.info);
     std::lock_guard<std::mutex> lock(mutex_);
     if (info.info.guid().guidPrefix == own_) {
@@ -225,6 +242,9 @@ void ParticipantDiagnostics::writer_event(const frtps::WriterDiscoveryInfo& info
 void ParticipantDiagnostics::local_endpoint(const EndpointFacts& facts) {
     std::lock_guard<std::mutex> lock(mutex_);
     describe_local(facts);
+    if (!log_enabled(LogKind::RemoteInfo)) {
+        return;
+    }
     locals_[facts.guid] = facts;
     for (const auto& remote : remotes_) {
         compare(facts, remote.second);

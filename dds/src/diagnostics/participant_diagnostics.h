@@ -33,6 +33,7 @@
 
 #include "diagnostics/endpoint_facts.h"
 #include "diagnostics/host_resources.h"
+#include "log/log.h"
 #include "qordds/qos.h"
 #include "qos/builtin_transports.h"
 
@@ -87,6 +88,10 @@ class ParticipantDiagnostics {
     void report_tag(const EndpointFacts& remote);
     void describe_participant(const eprosima::fastrtps::rtps::GuidPrefix_t& own,
                               const ProcessResources& added);
+    // Whether this participant and its endpoints are described (verbosity 3 and up).
+    static bool described() {
+        return log_enabled(LogKind::Info) || log_enabled(LogKind::RemoteInfo);
+    }
     void describe_local(const EndpointFacts& facts);
     void describe_remote(const eprosima::fastrtps::rtps::ParticipantProxyData& data,
                          const char* event);

@@ -13,6 +13,9 @@ enum class LogKind { Error, Warning, Info, RemoteInfo };
 void log(LogKind kind, const char* context, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
+// Whether the logger's verbosity lets `kind` through now.
+bool log_enabled(LogKind kind);
+
 }  // namespace qordds
 
 #endif

@@ -253,11 +253,23 @@ int DDSLogger::get_print_format() const {
 
 namespace qordds {
 
+namespace {
+
+int bit_of(LogKind kind) {
+    return kind == LogKind::Error        ? DDS_LOG_VERBOSITY_ERROR
+           : kind == LogKind::Warning    ? DDS_LOG_VERBOSITY_WARNING
+           : kind == LogKind::RemoteInfo ? DDS_LOG_VERBOSITY_REMOTE_INFO
+                                         : DDS_LOG_VERBOSITY_LOCAL_INFO;
+}
+
+}  // namespace
+
+bool log_enabled(LogKind kind) {
+    return (verbosity_mask.load(std::memory_order_relaxed) & bit_of(kind)) != 0;
+}
+
 void log(LogKind kind, const char* context, const char* format, ...) {
-    int bit = kind == LogKind::Error        ? DDS_LOG_VERBOSITY_ERROR
-              : kind == LogKind::Warning    ? DDS_LOG_VERBOSITY_WARNING
-              : kind == LogKind::RemoteInfo ? DDS_LOG_VERBOSITY_REMOTE_INFO
-                                            : DDS_LOG_VERBOSITY_LOCAL_INFO;
+    int bit = bit_of(kind);
     if ((verbosity_mask.load(std::memory_order_relaxed) & bit) == 0) {
         return;
     }
