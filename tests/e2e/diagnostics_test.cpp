@@ -344,4 +344,26 @@ TEST(Diagnostics, AMatchedWriterThatSendsNothingHereIsNamed) {
     EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
 }
 
+// The publisher's host moves to another subnet on the same link: its announcements still reach
+// the subscriber by multicast, but its unicast locators have no route from there.
+TEST(Diagnostics, AParticipantWhoseUnicastLocatorsHaveNoRouteIsNamed) {
+    qortest::PrivateNetwork network(2);
+    network.run(
+        1, {"ip", "address", "del", qortest::PrivateNetwork::address(1) + "/24", "dev", "eth0"});
+    network.run(1, {"ip", "address", "add", "10.88.0.2/24", "dev", "eth0"});
+    auto sub = network.host(0).startPing({"-subscriber", "-timeout", "3", "-verbosity", "4"});
+    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    auto pub =
+        network.host(1).startPing({"-numSamples", "15", "-sendPeriod", "0.2", "-verbosity", "3"});
+    ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
+    ASSERT_TRUE(sub->wait(GENEROUS)) << sub->output();
+    std::string expected =
+        "INFO [discovery] remote participant " + localPrefix(pub->output()) +
+        " was heard, but none of its unicast locators (UDPv4 10.88.0.2:7410) has a route from "
+        "here: Fast DDS answers a participant and sends it data only at the unicast locators it "
+        "announces, never at the address its packets came from";
+    EXPECT_EQ(1u, count(sub->output(), expected)) << expected << "\nin:\n" << sub->output();
+    EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
+}
+
 }  // namespace
