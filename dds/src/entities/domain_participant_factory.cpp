@@ -272,6 +272,7 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(
     // participant.
     ReturnCode rc = ReturnCode::RETCODE_ERROR;
     qordds::impl_of(participant)->repair.stop();
+    qordds::impl_of(participant)->diagnostics.stop();
     try {
         rc = fd::DomainParticipantFactory::get_instance()->delete_participant(
             qordds::impl_of(participant)->fast);

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 
+#include "diagnostics/fast_facts.h"
 #include "entities/deferred_deletion.h"
 #include "entities/impl_access.h"
 #include "entities/participant_impl.h"
@@ -57,6 +58,7 @@ qordds::UntypedDataWriter* make_writer(DDSPublisher::Impl& publisher,
         type->plugin.type_support->destroy_datawriterI(typed);
         return nullptr;
     }
+    participant.diagnostics.local_endpoint(qordds::facts_of(*writer->fast()));
     return writer.release();
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 
+#include "diagnostics/fast_facts.h"
 #include "entities/deferred_deletion.h"
 #include "entities/impl_access.h"
 #include "entities/participant_impl.h"
@@ -98,11 +99,13 @@ DDSDataReader* DDSSubscriber::create_datareader(DDSTopicDescription* description
         return nullptr;
     }
     reader->set_typed(typed);
+    reader->report_arrivals_to(&participant->diagnostics);
     if (!reader->attach(impl_->fast, qordds::impl_of(topic)->fast, fast_qos)) {
         qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the reader");
         type->plugin.type_support->destroy_datareaderI(typed);
         return nullptr;
     }
+    participant->diagnostics.local_endpoint(qordds::facts_of(*reader->fast()));
     qordds::impl_of(topic)->endpoints += 1;
     impl_->readers.push_back(reader.release());
     return typed;

@@ -41,6 +41,7 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 #include <fastdds/dds/domain/DomainParticipantListener.hpp>
 
+#include "diagnostics/participant_diagnostics.h"
 #include "workarounds/announcement_repair.h"
 
 namespace qordds {
@@ -61,8 +62,10 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     static constexpr std::chrono::milliseconds kSettleLimit{300};
 
     // Right before the Fast DDS participant is enabled: listens to its discovery, passes
-    // each new participant on to `repair`, and opens the window.
-    void install(eprosima::fastdds::dds::DomainParticipant& fast, AnnouncementRepair& repair);
+    // each new participant on to `repair` and every discovery event to `diagnostics`, and
+    // opens the window.
+    void install(eprosima::fastdds::dds::DomainParticipant& fast, AnnouncementRepair& repair,
+                 ParticipantDiagnostics& diagnostics);
     // Once it is enabled, with the GUID prefix its own endpoints have: the window starts.
     void enabled(const eprosima::fastrtps::rtps::GuidPrefix_t& own);
 
@@ -76,14 +79,17 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
         eprosima::fastrtps::rtps::ParticipantDiscoveryInfo&& info) override;
     void on_subscriber_discovery(eprosima::fastdds::dds::DomainParticipant*,
                                  eprosima::fastrtps::rtps::ReaderDiscoveryInfo&& info) override;
+    void on_publisher_discovery(eprosima::fastdds::dds::DomainParticipant*,
+                                eprosima::fastrtps::rtps::WriterDiscoveryInfo&& info) override;
 
   private:
     bool remote_reader_known(const std::string& topic, const std::string& type) const;
     // The end of the window with the grace of the participants discovered in it.
     Clock::time_point deadline() const;
 
-    AnnouncementRepair* repair_ = nullptr;  // set before discovery starts
-    mutable std::mutex mutex_;              // everything below
+    AnnouncementRepair* repair_ = nullptr;           // set before discovery starts
+    ParticipantDiagnostics* diagnostics_ = nullptr;  // likewise
+    mutable std::mutex mutex_;                       // everything below
     std::condition_variable discovered_;
     Clock::time_point window_end_;
     eprosima::fastrtps::rtps::GuidPrefix_t own_;
