@@ -214,8 +214,10 @@ TEST(Diagnostics, EachSideNamesItsVethAddressAndTheOtherSeesIt) {
         for (const std::string& line : own) {
             EXPECT_EQ(1u, count(sides[self], line)) << line << "\nin:\n" << sides[self];
         }
+        // The unicast locator comes first; Fast DDS keeps the peer's multicast locator after it
+        // in some runs and not in others, so the line is checked up to the unicast one.
         for (const std::string& line : seen) {
-            EXPECT_EQ(1u, count(sides[other], line)) << line << "\nin:\n" << sides[other];
+            EXPECT_EQ(1u, countStarting(sides[other], line)) << line << "\nin:\n" << sides[other];
         }
     }
     EXPECT_EQ(10u, countStarting(sides[0], ISSUED)) << sides[0];
