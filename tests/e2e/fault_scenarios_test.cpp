@@ -1,0 +1,351 @@
+// Broken networks between real hosts: private hosts joined by veth pairs through a bridge,
+// loss made with nftables (numgen random), cuts made with a drop rule, multicast dropped.
+// Publisher and subscribers use UDPv4 alone, so that everything crosses the link. Every
+// count the tool prints is compared with the counters of the nftables rules that made it.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/e2e/support/private_host.h"
+#include "tests/e2e/support/private_network.h"
+
+namespace {
+
+using qortest::PrivateNetwork;
+using qortest::Process;
+using Arguments = std::vector<std::string>;
+
+const double GENEROUS = 60;  // seconds any run may take before it counts as hung
+const char* const LISTENING = "qorddsping is listening for data";
+const char* const ISSUED = "qorddsping, issue received: ";
+const char* const FOUND = "Found 1 additional ping publishers(s).";
+const char* const LOST = "Detected loss of 1 ping publishers(s).";
+const char* const ALIVE = "Found 1 additional alive ping publishers(s).";
+const char* const NOT_ALIVE = "Detected loss of 1 previously alive ping publishers(s).";
+
+// The user-traffic port of participant 0 in domain 0: the only participant on its host.
+const char* const USER_PORT = "7411";
+
+Arguments concat(Arguments a, const Arguments& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+std::string issueLine(int number) {
+    char line[64];
+    std::snprintf(line, sizeof line, "%s%07d\n", ISSUED, number);
+    return line;
+}
+
+// Waits up to `seconds` for `text` in the process's output, from `from` on.
+bool waitForOutput(Process& process, const std::string& text, double seconds, size_t from = 0) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    for (;;) {
+        std::string output = process.output();
+        if (output.size() > from && output.find(text, from) != std::string::npos) {
+            return true;
+        }
+        if (std::chrono::steady_clock::now() >= end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+}
+
+// Waits up to `seconds` for `text` on the process's error stream.
+bool waitForErrors(Process& process, const std::string& text, double seconds) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (process.errors().find(text) == std::string::npos) {
+        if (std::chrono::steady_clock::now() >= end || !process.running()) {
+            return process.errors().find(text) != std::string::npos;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
+// Runs an nftables script on a host.
+void nft(PrivateNetwork& network, int host, const std::string& script) {
+    network.run(host, {"nft", script});
+}
+
+// The packets a named nftables counter of table inet `table` has seen on a host.
+long counted(PrivateNetwork& network, int host, const std::string& table,
+             const std::string& counter) {
+    std::unique_ptr<Process> list =
+        network.host(host).start({"nft", "list", "counter", "inet", table, counter});
+    EXPECT_TRUE(list->wait(GENEROUS));
+    std::string listing = list->output();
+    size_t packets = listing.find("packets ");
+    EXPECT_NE(std::string::npos, packets) << listing << list->errors();
+    return packets == std::string::npos ? -1 : std::atol(listing.c_str() + packets + 8);
+}
+
+// A subscriber started on a host, once it listens.
+std::unique_ptr<Process> startListening(PrivateNetwork& network, int host,
+                                        const Arguments& arguments) {
+    auto subscriber =
+        network.host(host).startPing(concat({"-subscriber", "-transport", "1"}, arguments));
+    EXPECT_TRUE(waitForOutput(*subscriber, LISTENING, GENEROUS)) << subscriber->output();
+    return subscriber;
+}
+
+// What a subscriber's output says about the issues: the cumulative missed count of its last
+// statistic line (0 without one) and the last issue received (-1 without one).
+struct Tally {
+    long missed = 0;
+    long lastIssue = -1;
+    long received = 0;
+};
+
+Tally tallyOf(const std::string& output) {
+    Tally tally;
+    size_t cumulative = output.rfind("cumulative: ");
+    if (cumulative != std::string::npos) {
+        tally.missed = std::atol(output.c_str() + cumulative + 12);
+    }
+    size_t last = output.rfind(ISSUED);
+    if (last != std::string::npos) {
+        tally.lastIssue = std::atol(output.c_str() + last + std::string(ISSUED).size());
+    }
+    for (size_t at = output.find(ISSUED); at != std::string::npos;
+         at = output.find(ISSUED, at + 1)) {
+        ++tally.received;
+    }
+    return tally;
+}
+
+// Counters on the subscriber host's eth0 input, for the user-traffic port: every packet that
+// arrives ("arrived", before any loss), and those that a share `percent` drops ("dropped").
+void loseOnInput(PrivateNetwork& network, int host, int percent) {
+    nft(network, host,
+        std::string("add table inet loss; add counter inet loss arrived; "
+                    "add counter inet loss dropped; "
+                    "add chain inet loss in { type filter hook input priority 0; }; "
+                    "add rule inet loss in iifname eth0 udp dport ") +
+            USER_PORT +
+            " counter name arrived; "
+            "add rule inet loss in iifname eth0 udp dport " +
+            USER_PORT + " numgen random mod 100 < " + std::to_string(percent) +
+            " counter name dropped drop");
+}
+
+class BestEffortLoss : public ::testing::TestWithParam<int> {};
+
+// Best effort: each sample is one packet, so the issues a subscriber counts missed, and those
+// lost after its last issue received, are exactly the packets that nftables dropped.
+TEST_P(BestEffortLoss, MissedSamplesEqualTheDroppedPackets) {
+    const int samples = 300;
+    PrivateNetwork network(2);
+    loseOnInput(network, 1, GetParam());
+    auto subscriber = startListening(network, 1, {"-timeout", "3"});
+    auto publisher = network.host(0).startPing(
+        {"-transport", "1", "-numSamples", std::to_string(samples), "-sendPeriod", "0.01"});
+    ASSERT_TRUE(publisher->wait(GENEROUS));
+    ASSERT_TRUE(subscriber->wait(GENEROUS));
+    long arrived = counted(network, 1, "loss", "arrived");
+    long dropped = counted(network, 1, "loss", "dropped");
+    std::string output = subscriber->output();
+    Tally tally = tallyOf(output);
+    ASSERT_GE(tally.lastIssue, 0) << output;
+    EXPECT_EQ(samples, arrived) << output;
+    EXPECT_GT(dropped, 0);
+    EXPECT_EQ(dropped, tally.missed + (samples - 1 - tally.lastIssue)) << output;
+    EXPECT_EQ(samples - dropped, tally.received) << output;
+}
+
+INSTANTIATE_TEST_SUITE_P(FaultScenario, BestEffortLoss, ::testing::Values(5, 30),
+                         [](const ::testing::TestParamInfo<int>& c) {
+                             return "Percent" + std::to_string(c.param);
+                         });
+
+// Reliable with a queue of one second of samples, 30 % of the user traffic lost both ways on
+// the subscriber's link (data, heartbeats, acknowledgements): every issue arrives, none is
+// counted missed, no write gives up.
+TEST(FaultScenario, ReliableWithASufficientQueueMissesNothingAtThirtyPercentLoss) {
+    PrivateNetwork network(2);
+    nft(network, 1,
+        std::string("add table inet loss; add counter inet loss dropped; "
+                    "add chain inet loss in { type filter hook input priority 0; }; "
+                    "add chain inet loss out { type filter hook output priority 0; }; "
+                    "add rule inet loss in iifname eth0 udp dport ") +
+            USER_PORT +
+            " numgen random mod 100 < 30 counter name dropped drop; "
+            "add rule inet loss out oifname eth0 udp dport " +
+            USER_PORT + " numgen random mod 100 < 30 counter name dropped drop");
+    const Arguments reliable = {"-reliable", "-queueSize", "100"};
+    auto subscriber = startListening(network, 1, concat(reliable, {"-timeout", "5"}));
+    auto publisher = network.host(0).startPing(
+        concat(reliable, {"-transport", "1", "-numSamples", "500", "-sendPeriod", "0.01"}));
+    ASSERT_TRUE(publisher->wait(GENEROUS));
+    ASSERT_TRUE(subscriber->wait(GENEROUS));
+    EXPECT_GT(counted(network, 1, "loss", "dropped"), 0);
+    EXPECT_EQ(std::string::npos, publisher->output().find("write error")) << publisher->output();
+    std::string output = subscriber->output();
+    EXPECT_EQ(std::string::npos, output.find("Detected Missed Sample(s)")) << output;
+    for (int issue = 0; issue < 500; ++issue) {
+        ASSERT_NE(std::string::npos, output.find(issueLine(issue))) << issue << output;
+    }
+}
+
+// A publisher killed (SIGKILL) sends nothing more: the subscriber reports it lost, as a
+// publisher and as a previously alive one, within its participant's lease (6.5 s) of the kill.
+TEST(FaultScenario, AKilledPublisherIsReportedLostWithinItsLease) {
+    PrivateNetwork network(2);
+    auto subscriber = startListening(network, 1, {});
+    auto publisher = network.host(0).startPing({"-transport", "1", "-sendPeriod", "0.1"});
+    ASSERT_TRUE(waitForOutput(*subscriber, issueLine(5), GENEROUS)) << subscriber->output();
+    size_t killedAt = subscriber->output().size();
+    publisher->signal(SIGKILL);
+    // The lease and half a second for the report: all the bound this scenario allows.
+    EXPECT_TRUE(waitForOutput(*subscriber, NOT_ALIVE, 7, killedAt)) << subscriber->output();
+    std::string output = subscriber->output();
+    EXPECT_NE(std::string::npos, output.find(LOST, killedAt)) << output;
+    EXPECT_NE(std::string::npos, output.find("Current alive publisher tally is: 0", killedAt))
+        << output;
+    subscriber->signal(SIGKILL);
+}
+
+// Multicast dropped between the hosts (both ways, on each host's link): the participants never
+// discover each other. With -peer naming the other host on both sides they do, and every
+// issue arrives.
+TEST(FaultScenario, DroppedMulticastIsBridgedByPeersOnBothSides) {
+    for (bool peers : {false, true}) {
+        SCOPED_TRACE(peers ? "with -peer" : "without -peer");
+        PrivateNetwork network(2);
+        for (int host : {0, 1}) {
+            nft(network, host,
+                "add table inet block; add counter inet block multicast; "
+                "add chain inet block in { type filter hook input priority 0; }; "
+                "add chain inet block out { type filter hook output priority 0; }; "
+                "add rule inet block in iifname eth0 ip daddr 224.0.0.0/4 counter name "
+                "multicast drop; "
+                "add rule inet block out oifname eth0 ip daddr 224.0.0.0/4 counter name "
+                "multicast drop");
+        }
+        auto peer = [&](int host) {
+            return peers ? Arguments{"-peer", PrivateNetwork::address(host)} : Arguments{};
+        };
+        auto subscriber = startListening(network, 1, concat(peer(0), {"-timeout", "4"}));
+        auto publisher = network.host(0).startPing(
+            concat(peer(1), {"-transport", "1", "-numSamples", "20", "-sendPeriod", "0.1"}));
+        ASSERT_TRUE(publisher->wait(GENEROUS));
+        ASSERT_TRUE(subscriber->wait(GENEROUS));
+        EXPECT_GT(counted(network, 0, "block", "multicast"), 0);
+        EXPECT_GT(counted(network, 1, "block", "multicast"), 0);
+        std::string output = subscriber->output();
+        if (peers) {
+            for (int issue = 0; issue < 20; ++issue) {
+                EXPECT_NE(std::string::npos, output.find(issueLine(issue))) << output;
+            }
+            EXPECT_EQ(std::string::npos, output.find("Detected Missed Sample(s)")) << output;
+        } else {
+            EXPECT_EQ(std::string::npos, output.find(FOUND)) << output;
+            EXPECT_EQ(std::string::npos, output.find(ISSUED)) << output;
+            EXPECT_EQ(std::string::npos, publisher->output().find("Found 1 additional"))
+                << publisher->output();
+        }
+    }
+}
+
+// Reliable, and every sample kept for subscribers that the publisher discovers late.
+const Arguments DURABLE = {"-reliable", "-durability", "TRANSIENT_LOCAL", "-queueSize", "100"};
+
+// One publisher, three subscribers on three more hosts, one of them receiving over multicast:
+// every host gets every issue, the multicast one over its group and nothing to its user-traffic
+// port.
+TEST(FaultScenario, ThreeSubscribersOnThreeHostsGetEveryIssue) {
+    const int samples = 100;
+    PrivateNetwork network(4);
+    nft(network, 3,
+        "add table inet group; add counter inet group data; "
+        "add chain inet group in { type filter hook input priority 0; }; "
+        "add counter inet group unicast; "
+        "add rule inet group in iifname eth0 ip daddr 239.255.0.1 udp dport 23001 counter "
+        "name data; "
+        "add rule inet group in iifname eth0 udp dport 7411 counter name unicast");
+    std::vector<std::unique_ptr<Process>> subscribers;
+    for (int host : {1, 2, 3}) {
+        Arguments arguments = concat(DURABLE, {"-timeout", "3"});
+        if (host == 3) {
+            arguments = concat(arguments, {"-multicast", "239.255.0.1"});
+        }
+        subscribers.push_back(startListening(network, host, arguments));
+    }
+    auto publisher = network.host(0).startPing(
+        concat(DURABLE,
+               {"-transport", "1", "-numSamples", std::to_string(samples), "-sendPeriod", "0.02"}));
+    ASSERT_TRUE(publisher->wait(GENEROUS));
+    for (size_t i = 0; i < subscribers.size(); ++i) {
+        SCOPED_TRACE("host " + std::to_string(i + 1));
+        ASSERT_TRUE(subscribers[i]->wait(GENEROUS));
+        std::string output = subscribers[i]->output();
+        for (int issue = 0; issue < samples; ++issue) {
+            ASSERT_NE(std::string::npos, output.find(issueLine(issue))) << issue << output;
+        }
+        EXPECT_EQ(std::string::npos, output.find("Detected Missed Sample(s)")) << output;
+    }
+    // The multicast subscriber's host got its traffic over the group alone.
+    EXPECT_GT(counted(network, 3, "group", "data"), 0);
+    EXPECT_EQ(0, counted(network, 3, "group", "unicast"));
+}
+
+// What the test network may carry: its subnet and discovery group, IGMP and ARP within the
+// subnet, and IPv6 link-local neighbour discovery (router and neighbour solicitations and
+// advertisements) with its multicast listener reports (MLD, IPv6's IGMP).
+const char* const OWN_TRAFFIC =
+    "(ip.src == 10.77.0.0/24 && (ip.dst == 10.77.0.0/24 || ip.dst == 239.255.0.1 || "
+    "(igmp && ip.dst == 224.0.0.0/24)))"
+    " || (arp.src.proto_ipv4 == 10.77.0.0/24 && arp.dst.proto_ipv4 == 10.77.0.0/24)"
+    " || ((ipv6.src == fe80::/10 || ipv6.src == ::) && (ipv6.dst == ff02::/16 || "
+    "ipv6.dst == fe80::/10) && icmpv6.type in {130..137, 143})";
+
+// The packets of a capture file that a display filter selects, one line each.
+std::string packets(PrivateNetwork& network, const std::string& file, const std::string& filter) {
+    auto read = network.host(1).start(
+        {"tshark", "-r", file, "-n", "--enable-heuristic", "rtps_udp", "-Y", filter});
+    EXPECT_TRUE(read->wait(GENEROUS));
+    EXPECT_EQ(0, read->exitStatus()) << read->errors();
+    return read->output();
+}
+
+size_t lineCount(const std::string& text) {
+    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// What crosses the test network is its own: on a host's link, a capture of a publisher and a
+// subscriber at work shows the test subnet and its discovery group, IGMP, ARP within the
+// subnet and IPv6 neighbour discovery, and nothing else.
+TEST(FaultScenario, TheLinkCarriesOnlyTheTestSubnetItsGroupsIgmpAndNeighbourDiscovery) {
+    PrivateNetwork network(2);
+    const std::string file = "/tmp/qor-fault-capture-" + std::to_string(getpid()) + ".pcapng";
+    auto capture = network.host(1).start(
+        {"tshark", "-i", "eth0", "-n", "-w", file, "-a", "duration:" + std::to_string(GENEROUS)});
+    ASSERT_TRUE(waitForErrors(*capture, "Capturing on", GENEROUS)) << capture->errors();
+    auto subscriber = startListening(network, 1, {"-timeout", "2"});
+    auto publisher =
+        network.host(0).startPing({"-transport", "1", "-numSamples", "20", "-sendPeriod", "0.05"});
+    ASSERT_TRUE(publisher->wait(GENEROUS));
+    ASSERT_TRUE(subscriber->wait(GENEROUS));
+    EXPECT_NE(std::string::npos, subscriber->output().find(issueLine(19))) << subscriber->output();
+    capture->signal(SIGINT);
+    ASSERT_TRUE(capture->wait(GENEROUS));
+    EXPECT_EQ("", packets(network, file, "!(" + std::string(OWN_TRAFFIC) + ")"));
+    // The filters see the traffic: each sample (from the one user-defined, unkeyed writer) went
+    // to the subscriber's user-traffic port.
+    EXPECT_EQ(20u, lineCount(packets(network, file,
+                                     "ip.dst == 10.77.0.2 && udp.dstport == 7411 && "
+                                     "rtps.sm.wrEntityId.entityKind == 0x03")));
+    std::remove(file.c_str());
+}
+
+}  // namespace
