@@ -472,8 +472,9 @@ TEST(FaultScenario, TheLinkCarriesOnlyTheTestSubnetItsGroupsIgmpAndNeighbourDisc
     ASSERT_TRUE(capture->wait(GENEROUS));
     EXPECT_EQ("", packets(network, file, "!(" + std::string(OWN_TRAFFIC) + ")"));
     // The filters see the traffic: each sample received (from the one user-defined, unkeyed
-    // writer) is there, on its way to the subscriber's user-traffic port.
-    EXPECT_EQ(static_cast<size_t>(tally.received),
+    // writer) is there, on its way to the subscriber's user-traffic port. (A sample that
+    // arrived before the reader had matched the writer is there too, but not received.)
+    EXPECT_LE(static_cast<size_t>(tally.received),
               lineCount(packets(network, file,
                                 "ip.dst == 10.77.0.2 && udp.dstport == 7411 && "
                                 "rtps.sm.wrEntityId.entityKind == 0x03")));
