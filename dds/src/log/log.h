@@ -4,7 +4,8 @@
 
 namespace qordds {
 
-enum class LogKind { Error, Warning, Info };
+// Info is local information (verbosity 3), RemoteInfo what is heard of other participants (4).
+enum class LogKind { Error, Warning, Info, RemoteInfo };
 
 // Writes one line now (not from a background thread), if the logger's verbosity lets `kind`
 // through. `context` names the operation, e.g. "DDSSequence::maximum".

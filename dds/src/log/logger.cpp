@@ -255,7 +255,8 @@ namespace qordds {
 void log(LogKind kind, const char* context, const char* format, ...) {
     int bit = kind == LogKind::Error     ? DDS_LOG_VERBOSITY_ERROR
               : kind == LogKind::Warning ? DDS_LOG_VERBOSITY_WARNING
-                                         : DDS_LOG_VERBOSITY_LOCAL_INFO;
+              : kind == LogKind::Info    ? DDS_LOG_VERBOSITY_LOCAL_INFO
+                                         : DDS_LOG_VERBOSITY_REMOTE_INFO;
     if ((verbosity_mask.load(std::memory_order_relaxed) & bit) == 0) {
         return;
     }

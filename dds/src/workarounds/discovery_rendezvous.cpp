@@ -11,10 +11,12 @@ constexpr std::chrono::milliseconds DiscoveryRendezvous::kWindow;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kGrace;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettle;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettleLimit;
+constexpr std::chrono::milliseconds DiscoveryRendezvous::kSecuredSettleLimit;
 
 void DiscoveryRendezvous::install(fdds::DomainParticipant& fast, AnnouncementRepair& repair) {
     repair_ = &repair;
     repair.start(fast);
+    secured_ = authentication_.watch(fast.get_qos());
     {
         // Open while Fast DDS enables: readers may be discovered meanwhile.
         std::lock_guard<std::mutex> lock(mutex_);
@@ -68,6 +70,7 @@ bool DiscoveryRendezvous::remote_reader_known(const std::string& topic,
 
 void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
                                                    frtps::ParticipantDiscoveryInfo&& info) {
+    authentication_.discovered(info);
     if (info.status == frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT) {
         repair_->discovered();
     }
