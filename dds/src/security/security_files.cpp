@@ -7,6 +7,7 @@
 #include <openssl/pkcs7.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstring>
@@ -112,6 +113,15 @@ class Checker {
     }
 
     Owned<BIO> open(const FileRef& file) {
+        struct stat status;
+        if (stat(file.path.c_str(), &status) != 0) {
+            note(file, std::string("cannot be read: ") + std::strerror(errno));
+            return nullptr;
+        }
+        if (!S_ISREG(status.st_mode)) {
+            note(file, "is not a regular file");
+            return nullptr;
+        }
         errno = 0;
         Owned<BIO> bio(BIO_new_file(file.path.c_str(), "r"));
         if (bio == nullptr) {
