@@ -9,6 +9,7 @@
 #include <openssl/x509_vfy.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -68,7 +69,7 @@ int give_password(char* buffer, int size, int, void* password) {
     if (text.size() > static_cast<size_t>(size)) {
         return -1;
     }
-    std::memcpy(buffer, text.data(), text.size());
+    std::copy(text.begin(), text.end(), buffer);
     return static_cast<int>(text.size());
 }
 
