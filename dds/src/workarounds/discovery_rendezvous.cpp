@@ -9,6 +9,7 @@ namespace qordds {
 
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kWindow;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kGrace;
+constexpr std::chrono::milliseconds DiscoveryRendezvous::kAuthenticationLimit;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettle;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettleLimit;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSecuredSettleLimit;
@@ -36,7 +37,7 @@ void DiscoveryRendezvous::enabled(const frtps::GuidPrefix_t& own) {
 DiscoveryRendezvous::Clock::time_point DiscoveryRendezvous::deadline() const {
     Clock::time_point end = window_end_;
     for (const auto& participant : participants_) {
-        end = std::max(end, participant.second + kGrace);
+        end = std::max(end, participant.second);
     }
     return end;
 }
@@ -82,7 +83,8 @@ void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
     const frtps::GuidPrefix_t& prefix = info.info.m_guid.guidPrefix;
     switch (info.status) {
         case frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT:
-            participants_.emplace(prefix, Clock::now());
+            participants_.emplace(prefix,
+                                  Clock::now() + (secured_ ? kAuthenticationLimit : kGrace));
             break;
         case frtps::ParticipantDiscoveryInfo::CHANGED_QOS_PARTICIPANT:
             break;
@@ -112,6 +114,22 @@ void DiscoveryRendezvous::on_subscriber_discovery(fdds::DomainParticipant*,
             readers_.erase(guid);
             break;
     }
+}
+
+void DiscoveryRendezvous::onParticipantAuthentication(fdds::DomainParticipant*,
+                                                      frtps::ParticipantAuthenticationInfo&& info) {
+    authentication_.authenticated(info);
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto participant = participants_.find(info.guid.guidPrefix);
+    if (participant == participants_.end()) {
+        return;
+    }
+    if (info.status == frtps::ParticipantAuthenticationInfo::AUTHORIZED_PARTICIPANT) {
+        participant->second = Clock::now() + kGrace;
+    } else {
+        participants_.erase(participant);
+    }
+    discovered_.notify_all();
 }
 
 void MatchWatch::changed(int32_t current) {

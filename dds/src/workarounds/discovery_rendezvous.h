@@ -26,7 +26,13 @@
 // discovered in the window holds it open until its readers have had kGrace to show: on an
 // overloaded machine their announcements came 350-450 ms after the participant's (measured:
 // 7 pairings in 240 lost issue 0 with eight pairings running at once), past a fixed window. A
-// participant without such a reader thus delays the first write by up to kGrace.
+// participant without such a reader thus delays the first write by up to kGrace. An
+// authenticating participant learns of the readers of another only once the two have
+// authenticated each other (a handshake of three messages, then the key exchange): a
+// participant discovered in its window holds it open until kGrace after its authorization,
+// kAuthenticationLimit after its discovery at most, and not at all once it is refused; the
+// writer then waits up to kSecuredSettleLimit for its match, which comes only after the
+// endpoints' keys have been exchanged.
 #ifndef QOR_DDS_SRC_DISCOVERY_RENDEZVOUS_H
 #define QOR_DDS_SRC_DISCOVERY_RENDEZVOUS_H
 
@@ -57,6 +63,11 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     // show: their announcements follow the participant's, at once on a quiet machine, 70 ms
     // later when Fast DDS's own repair is needed, 350-450 ms later on an overloaded one.
     static constexpr std::chrono::milliseconds kGrace{1000};
+    // How long a participant being authenticated may hold the window open. Measured on
+    // loopback (load average 4-5): authentication ends 30-50 ms after discovery, or about 1 s
+    // after it when Fast DDS repeats the handshake (a third of the pairings), and the readers
+    // follow within 20 ms; the 1 s grace from discovery was then too short.
+    static constexpr std::chrono::milliseconds kAuthenticationLimit{4000};
     static constexpr std::chrono::milliseconds kSettle{30};
     // How long a new writer may wait for its matches to settle.
     static constexpr std::chrono::milliseconds kSettleLimit{300};
@@ -88,9 +99,7 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     // The one participant listener also carries the authentication report.
     void onParticipantAuthentication(
         eprosima::fastdds::dds::DomainParticipant*,
-        eprosima::fastrtps::rtps::ParticipantAuthenticationInfo&& info) override {
-        authentication_.authenticated(info);
-    }
+        eprosima::fastrtps::rtps::ParticipantAuthenticationInfo&& info) override;
 
   private:
     bool remote_reader_known(const std::string& topic, const std::string& type) const;
@@ -104,7 +113,8 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     std::condition_variable discovered_;
     Clock::time_point window_end_;
     eprosima::fastrtps::rtps::GuidPrefix_t own_;
-    // The participants discovered in the window, and when; emptied after it.
+    // The participants discovered in the window, and until when each holds it open; emptied
+    // after it.
     std::map<eprosima::fastrtps::rtps::GuidPrefix_t, Clock::time_point> participants_;
     // The readers discovered in the window, their topic and type; emptied after it.
     std::map<eprosima::fastrtps::rtps::GUID_t, std::pair<std::string, std::string>> readers_;
