@@ -13,6 +13,9 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <utility>
+
+#include <tinyxml2.h>
 
 #include "log/log.h"
 
@@ -210,7 +213,13 @@ void verify_identity(Checker& checker, const FileRef& certificate_file, X509* ce
     }
 }
 
-void check_authentication(Checker& checker) {
+// The identity certificate, when it could be read, for the check of the permissions.
+struct Identity {
+    FileRef file;
+    Owned<X509> certificate;
+};
+
+Identity check_authentication(Checker& checker) {
     FileRef ca_file = checker.file(kAuth + "identity_ca", true);
     FileRef certificate_file = checker.file(kAuth + "identity_certificate", true);
     FileRef key_file = checker.file(kAuth + "private_key", true, "pkcs11:");
@@ -228,40 +237,105 @@ void check_authentication(Checker& checker) {
         checker.note(key_file, "is not the key of the certificate of " + certificate_file.property +
                                    " (file " + certificate_file.path + ")");
     }
+    return {certificate_file, std::move(certificate)};
 }
 
-// A document signed (S/MIME) by the CA of `ca_file`, as Fast DDS reads it.
-void verify_signed(Checker& checker, const FileRef& document, const FileRef& ca_file,
-                   X509_STORE* store) {
+// A document signed (S/MIME) by the CA of `ca_file`, as Fast DDS reads it; its content once
+// verified, else empty.
+std::string verify_signed(Checker& checker, const FileRef& document, const FileRef& ca_file,
+                          X509_STORE* store) {
     Owned<BIO> bio = document.usable() ? checker.open(document) : nullptr;
     if (bio == nullptr) {
-        return;
+        return std::string();
     }
     BIO* content = nullptr;
     Owned<PKCS7> signature(SMIME_read_PKCS7(bio.get(), &content));
     Owned<BIO> content_owner(content);
     if (signature == nullptr) {
         checker.note(document, "is not an S/MIME signed document" + openssl_reason());
-        return;
+        return std::string();
     }
     if (store == nullptr) {
-        return;
+        return std::string();
     }
     Owned<BIO> out(BIO_new(BIO_s_mem()));
     if (PKCS7_verify(signature.get(), nullptr, store, content, out.get(), PKCS7_TEXT) != 1) {
         checker.note(document, "is not signed by the CA of " + ca_file.property + " (file " +
                                    ca_file.path + ")" + openssl_reason());
+        return std::string();
+    }
+    char* data = nullptr;
+    long size = BIO_get_mem_data(out.get(), &data);
+    return size > 0 ? std::string(data, static_cast<size_t>(size)) : std::string();
+}
+
+// The parts of a distinguished name between its commas, trimmed of blanks: Fast DDS 2.9
+// compares a grant's subject name with the certificate's (in RFC 2253 form, most specific
+// first) part by part, in order.
+std::vector<std::string> name_parts(const std::string& name) {
+    std::vector<std::string> parts;
+    size_t start = 0;
+    for (;;) {
+        size_t end = name.find(',', start);
+        std::string part = name.substr(start, end == std::string::npos ? end : end - start);
+        size_t first = part.find_first_not_of(' ');
+        size_t last = part.find_last_not_of(' ');
+        parts.push_back(first == std::string::npos ? "" : part.substr(first, last - first + 1));
+        if (end == std::string::npos) {
+            return parts;
+        }
+        start = end + 1;
     }
 }
 
-void check_access_control(Checker& checker) {
+std::string rfc2253_subject(X509* certificate) {
+    Owned<BIO> out(BIO_new(BIO_s_mem()));
+    X509_NAME_print_ex(out.get(), X509_get_subject_name(certificate), 0, XN_FLAG_RFC2253);
+    char* data = nullptr;
+    long size = BIO_get_mem_data(out.get(), &data);
+    return size > 0 ? std::string(data, static_cast<size_t>(size)) : std::string();
+}
+
+// The permissions grant the identity: without a grant for its subject, Fast DDS refuses the
+// participant without a word.
+void check_grant(Checker& checker, const FileRef& permissions, const std::string& content,
+                 const Identity& identity) {
+    tinyxml2::XMLDocument document;
+    if (document.Parse(content.c_str(), content.size()) != tinyxml2::XML_SUCCESS) {
+        checker.note(permissions, "is not an XML document: " + std::string(document.ErrorStr()));
+        return;
+    }
+    std::string subject = rfc2253_subject(identity.certificate.get());
+    std::vector<std::string> wanted = name_parts(subject);
+    const tinyxml2::XMLElement* root = document.FirstChildElement("dds");
+    const tinyxml2::XMLElement* list =
+        root != nullptr ? root->FirstChildElement("permissions") : nullptr;
+    for (const tinyxml2::XMLElement* grant = list != nullptr ? list->FirstChildElement("grant")
+                                                             : nullptr;
+         grant != nullptr; grant = grant->NextSiblingElement("grant")) {
+        const tinyxml2::XMLElement* name = grant->FirstChildElement("subject_name");
+        if (name != nullptr && name->GetText() != nullptr &&
+            name_parts(name->GetText()) == wanted) {
+            return;
+        }
+    }
+    checker.note(permissions, "has no grant whose subject_name is '" + subject +
+                                  "', the subject of the certificate of " + identity.file.property +
+                                  " (file " + identity.file.path +
+                                  "); Fast DDS compares the names part by part in this order");
+}
+
+void check_access_control(Checker& checker, const Identity& identity) {
     FileRef ca_file = checker.file(kAccess + "permissions_ca", true);
     FileRef governance = checker.file(kAccess + "governance", true);
     FileRef permissions = checker.file(kAccess + "permissions", true);
     Owned<X509> ca = checker.certificate(ca_file);
     Owned<X509_STORE> store = ca != nullptr ? trusting(ca.get(), nullptr) : nullptr;
     verify_signed(checker, governance, ca_file, store.get());
-    verify_signed(checker, permissions, ca_file, store.get());
+    std::string content = verify_signed(checker, permissions, ca_file, store.get());
+    if (!content.empty() && identity.certificate != nullptr) {
+        check_grant(checker, permissions, content, identity);
+    }
 }
 
 // A plugin name that Fast DDS does not know leaves that part of security off without a word.
@@ -282,11 +356,12 @@ bool known_plugin(Checker& checker, const std::string& property, const std::stri
 
 std::vector<std::string> security_file_problems(const fr::PropertyPolicy& properties) {
     Checker checker(properties);
+    Identity identity;
     if (known_plugin(checker, kAuthPlugin, kAuthBuiltin)) {
-        check_authentication(checker);
+        identity = check_authentication(checker);
     }
     if (known_plugin(checker, kAccessPlugin, kAccessBuiltin)) {
-        check_access_control(checker);
+        check_access_control(checker, identity);
     }
     known_plugin(checker, kCryptoPlugin, kCryptoBuiltin);
     ERR_clear_error();

@@ -5,7 +5,8 @@
 // with them (a missing file, a file that is no certificate, a document signed by another CA)
 // then ends in "Cannot create participant due to initialization error", often with no word on
 // which property or file is at fault. The checks here read the same files with the same
-// OpenSSL calls and name the property, the file and the fault.
+// OpenSSL calls and name the property, the file and the fault; they also look for the
+// permissions grant of the identity's subject, compared as Fast DDS 2.9 compares it.
 #ifndef QOR_DDS_SRC_SECURITY_FILES_H
 #define QOR_DDS_SRC_SECURITY_FILES_H
 

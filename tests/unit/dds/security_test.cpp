@@ -91,7 +91,11 @@ class SecurityFiles : public ::testing::Test {
                   " && openssl ec -in alice.key -aes256 -passout pass:secret -out "
                   "alice-locked.key 2>/dev/null"
                   " && openssl smime -sign -text -in governance.xml -out rogue-governance.p7s"
-                  " -signer rogue-ca.pem -inkey rogue-ca.key";
+                  " -signer rogue-ca.pem -inkey rogue-ca.key"
+                  " && sed 's/CN=alice, O=qorddsping test, C=ES/C=ES, O=qorddsping test, "
+                  "CN=alice/' permissions.xml > forward.xml"
+                  " && openssl smime -sign -text -in forward.xml -out forward-permissions.p7s"
+                  " -signer ca.pem -inkey ca.key";
         ASSERT_EQ(std::system(command.c_str()), 0) << command;
     }
     static void TearDownTestSuite() {
@@ -190,6 +194,18 @@ TEST_F(SecurityFiles, EachFaultNamesThePropertyAndTheFile) {
         problemsWith(ACCESS + "governance", uri("rogue-governance.p7s")),
         Lines{governance + "file " + path("rogue-governance.p7s") + " is not signed by the CA of " +
               ACCESS + "permissions_ca (file " + path("ca.pem") + ") (certificate verify error)"});
+}
+
+// Fast DDS 2.9 refuses such a participant without a word.
+TEST_F(SecurityFiles, APermissionsDocumentWithoutAGrantForTheSubjectIsNamed) {
+    EXPECT_EQ(problemsWith(ACCESS + "permissions", uri("forward-permissions.p7s")),
+              Lines{"property " + ACCESS + "permissions: file " + path("forward-permissions.p7s") +
+                    " has no grant whose subject_name is 'CN=alice,O=qorddsping test,C=ES', the "
+                    "subject of the certificate of " +
+                    AUTH + "identity_certificate (file " + path("alice.pem") +
+                    "); Fast DDS compares the names part by part in this order"});
+    // Bob's grant is there too, and his identity has it.
+    EXPECT_EQ(problemsWith(AUTH + "identity_certificate", uri("bob.pem")).size(), 1u);
 }
 
 TEST_F(SecurityFiles, MissingPropertiesUnknownSchemesAndUnknownPluginsAreNamed) {
