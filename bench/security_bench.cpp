@@ -1,14 +1,17 @@
 // security-bench: what DDS Security costs the tool, secured and unsecured side by side, each
 // run on a private host of its own (network namespace, loopback multicast, own /dev/shm), the
-// two modes interleaved run by run, default transports:
+// modes interleaved run by run, default transports:
 //  - launch to match: a subscriber listening, then a publisher launched; from that launch to
 //    the later of the two match lines, and to the subscriber's first issue (5 samples 0.2 s
 //    apart; a pairing fails when a match line or an issue from 0000000 on is missing);
 //  - reliable burst: -reliable -queueSize 1000 -sendPeriod 0, BURST samples; the rate from
-//    the subscriber's first issue to its last, and how many arrived.
-// The secured mode uses the test PKI (tests/security/make-test-pki, made in a scratch
-// directory and removed afterwards): authentication, access control, discovery and data
-// encrypted, messages signed. Asserts nothing; prints the figures. Needs root.
+//    the subscriber's first issue to its last, how many arrived, and how many publishers
+//    died of a signal.
+// The secured modes use the test PKI (tests/security/make-test-pki, made in scratch
+// directories and removed afterwards): authentication, access control, discovery, liveliness
+// and data encrypted; "secured" protects submessages and payloads only (rtps_protection_kind
+// NONE), "signed" also signs whole messages (SIGN). Asserts nothing; prints the figures.
+// Needs root.
 //
 //   security-bench QORDDSPING [PAIRINGS [BURSTS [BURST]]]   (defaults 10, 3 and 20000)
 #include <poll.h>
@@ -131,15 +134,21 @@ Args with(Args command, const Args& more) {
 // A subscriber started and listening (or not, after 10 s), then the publisher; the lines of
 // both until the subscriber printed `done` or `seconds` passed, timed from the publisher's
 // launch.
-void run_pair(const Args& subscriber_command, const Args& publisher_command,
-              const std::string& done, int seconds, Child& subscriber, Child& publisher) {
+// The signal that ended the publisher by itself, or 0.
+int run_pair(const Args& subscriber_command, const Args& publisher_command, const std::string& done,
+             int seconds, Child& subscriber, Child& publisher) {
     Clock::time_point start = Clock::now();
     subscriber = spawn(subscriber_command);
     collect({&subscriber}, start, start + std::chrono::seconds(10), kListening);
     Clock::time_point epoch = Clock::now();
     publisher = spawn(publisher_command);
     collect({&subscriber, &publisher}, epoch, epoch + std::chrono::seconds(seconds), done);
+    int status = 0;
+    int signal = waitpid(publisher.pid, &status, WNOHANG) == publisher.pid && WIFSIGNALED(status)
+                     ? WTERMSIG(status)
+                     : 0;
     stop({&subscriber, &publisher});
+    return signal;
 }
 
 // "ok match_ms first_issue_ms" of one pairing, on the private host this process is.
@@ -166,24 +175,25 @@ std::string pairing_here(const std::string& binary, const Mode& mode) {
     return line;
 }
 
-// "rate received" of one reliable burst of `count` samples.
+// "rate received signal" of one reliable burst of `count` samples.
 std::string burst_here(const std::string& binary, const Mode& mode, int count) {
     Child subscriber, publisher;
     char last[64];
     std::snprintf(last, sizeof last, "%s%.7d", kIssue, count - 1);
     const Args reliable = {"-reliable", "-queueSize", "1000"};
-    run_pair(with(with({binary, "-subscriber", "-timeout", "3"}, reliable), mode.subscriber),
-             with(with({binary, "-sendPeriod", "0", "-verbosity", "0", "-numSamples",
-                        std::to_string(count)},
-                       reliable),
-                  mode.publisher),
-             last, 120, subscriber, publisher);
+    int signal =
+        run_pair(with(with({binary, "-subscriber", "-timeout", "3"}, reliable), mode.subscriber),
+                 with(with({binary, "-sendPeriod", "0", "-verbosity", "0", "-numSamples",
+                            std::to_string(count)},
+                           reliable),
+                      mode.publisher),
+                 last, 120, subscriber, publisher);
     double first = first_at(subscriber, kIssue);
     double end = last_at(subscriber, kIssue);
     size_t received = count_of(subscriber, kIssue);
     double rate = end > first ? static_cast<double>(received - 1) * 1000.0 / (end - first) : 0;
     char line[128];
-    std::snprintf(line, sizeof line, "%.1f %zu", rate, received);
+    std::snprintf(line, sizeof line, "%.1f %zu %d", rate, received, signal);
     return line;
 }
 
@@ -206,6 +216,7 @@ double minimum(const std::vector<double>& values) {
 struct Figures {
     std::vector<double> match, first_issue, rate, received;
     int failed = 0;
+    int killed = 0;  // publishers ended by a signal of their own
 };
 
 void pairing(const std::string& binary, const Mode& mode, Figures& figures) {
@@ -223,30 +234,77 @@ void pairing(const std::string& binary, const Mode& mode, Figures& figures) {
 void burst(const std::string& binary, const Mode& mode, int count, Figures& figures) {
     std::string text = bench::on_private_host([&] { return burst_here(binary, mode, count); });
     double rate = 0, received = 0;
-    if (std::sscanf(text.c_str(), "%lf %lf", &rate, &received) == 2) {
+    int signal = 0;
+    if (std::sscanf(text.c_str(), "%lf %lf %d", &rate, &received, &signal) == 3) {
         figures.rate.push_back(rate);
         figures.received.push_back(received);
+        figures.killed += signal != 0 ? 1 : 0;
     }
 }
 
-void row(const char* figure, double unsecured, double secured) {
-    std::printf("%-44s %12.1f %12.1f %8.2f\n", figure, unsecured, secured,
-                unsecured > 0 ? secured / unsecured : 0.0);
+struct Column {
+    const char* name;
+    Figures figures;
+};
+
+void row(const char* figure, const std::vector<Column>& columns, double (*value)(const Figures&)) {
+    std::printf("%-42s", figure);
+    for (const Column& column : columns) {
+        std::printf(" %12.1f", value(column.figures));
+    }
+    std::printf("\n");
 }
 
-void print_table(const Figures& open, const Figures& secure, int pairings, int bursts, int count) {
-    std::printf("%-44s %12s %12s %8s\n", "figure", "unsecured", "secured", "ratio");
-    row("launch to match, median (ms)", median(open.match), median(secure.match));
-    row("launch to match, max (ms)", maximum(open.match), maximum(secure.match));
-    row("launch to first issue, median (ms)", median(open.first_issue), median(secure.first_issue));
-    row("launch to first issue, max (ms)", maximum(open.first_issue), maximum(secure.first_issue));
-    std::printf("%-44s %9d/%-2d %9d/%-2d\n", "failed pairings", open.failed, pairings,
-                secure.failed, pairings);
-    row("reliable burst rate, median (samples/s)", median(open.rate), median(secure.rate));
-    row("reliable burst received, least (samples)", minimum(open.received),
-        minimum(secure.received));
+void count_row(const char* figure, const std::vector<Column>& columns, int Figures::*count,
+               int runs) {
+    std::printf("%-42s", figure);
+    for (const Column& column : columns) {
+        std::printf(" %9d/%-2d", column.figures.*count, runs);
+    }
+    std::printf("\n");
+}
+
+void print_table(const std::vector<Column>& columns, int pairings, int bursts, int count) {
+    std::printf("%-42s", "figure");
+    for (const Column& column : columns) {
+        std::printf(" %12s", column.name);
+    }
+    std::printf("\n");
+    row("launch to match, median (ms)", columns, [](const Figures& f) { return median(f.match); });
+    row("launch to match, max (ms)", columns, [](const Figures& f) { return maximum(f.match); });
+    row("launch to first issue, median (ms)", columns,
+        [](const Figures& f) { return median(f.first_issue); });
+    row("launch to first issue, max (ms)", columns,
+        [](const Figures& f) { return maximum(f.first_issue); });
+    count_row("failed pairings", columns, &Figures::failed, pairings);
+    row("reliable burst rate, median (samples/s)", columns,
+        [](const Figures& f) { return median(f.rate); });
+    row("reliable burst received, least (samples)", columns,
+        [](const Figures& f) { return minimum(f.received); });
+    count_row("burst publishers killed by a signal", columns, &Figures::killed, bursts);
     std::printf("(%d pairings and %d bursts of %d samples per mode, interleaved)\n", pairings,
                 bursts, count);
+}
+
+// The test PKI in a scratch directory, whole messages protected as `protection` says.
+std::string make_pki(const char* protection) {
+    char scratch[] = "/tmp/qorddsping-bench-pki-XXXXXX";
+    if (mkdtemp(scratch) == nullptr) {
+        std::perror("mkdtemp");
+        std::exit(2);
+    }
+    std::string command = std::string("sh ") + QOR_MAKE_TEST_PKI + " " + scratch + " " + protection;
+    if (std::system(command.c_str()) != 0) {
+        std::fprintf(stderr, "make-test-pki failed\n");
+        std::exit(2);
+    }
+    return scratch;
+}
+
+Mode secured_mode(const std::string& pki) {
+    const std::string file = pki + "/secure.xml";
+    return {{"-qosFile", file, "-qosProfile", "Secure::Bob"},
+            {"-qosFile", file, "-qosProfile", "Secure::Alice"}};
 }
 
 }  // namespace
@@ -261,30 +319,22 @@ int main(int argc, char** argv) {
     int bursts = argc > 3 ? std::atoi(argv[3]) : 3;
     int count = argc > 4 ? std::atoi(argv[4]) : 20000;
 
-    char scratch[] = "/tmp/qorddsping-bench-pki-XXXXXX";
-    if (mkdtemp(scratch) == nullptr) {
-        std::perror("mkdtemp");
-        return 2;
-    }
-    const std::string pki = scratch;
-    if (std::system((std::string("sh ") + QOR_MAKE_TEST_PKI + " " + pki).c_str()) != 0) {
-        std::fprintf(stderr, "make-test-pki failed\n");
-        return 2;
-    }
-    const Mode unsecured;
-    const std::string file = pki + "/secure.xml";
-    const Mode secured = {{"-qosFile", file, "-qosProfile", "Secure::Bob"},
-                          {"-qosFile", file, "-qosProfile", "Secure::Alice"}};
-    Figures open, secure;
+    const std::string pkis[] = {make_pki("NONE"), make_pki("SIGN")};
+    const Mode modes[] = {Mode(), secured_mode(pkis[0]), secured_mode(pkis[1])};
+    std::vector<Column> columns = {{"unsecured", {}}, {"secured", {}}, {"signed", {}}};
     for (int run = 0; run < pairings; ++run) {
-        pairing(binary, unsecured, open);
-        pairing(binary, secured, secure);
+        for (size_t m = 0; m < columns.size(); ++m) {
+            pairing(binary, modes[m], columns[m].figures);
+        }
     }
     for (int run = 0; run < bursts; ++run) {
-        burst(binary, unsecured, count, open);
-        burst(binary, secured, count, secure);
+        for (size_t m = 0; m < columns.size(); ++m) {
+            burst(binary, modes[m], count, columns[m].figures);
+        }
     }
-    print_table(open, secure, pairings, bursts, count);
-    std::system(("rm -rf " + pki).c_str());
+    print_table(columns, pairings, bursts, count);
+    for (const std::string& pki : pkis) {
+        std::system(("rm -rf " + pki).c_str());
+    }
     return 0;
 }

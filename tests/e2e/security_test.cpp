@@ -1,7 +1,9 @@
 // DDS Security end to end: the real qorddsping with Fast DDS's built-in security plugins, on
 // private hosts, with the throw-away PKI of tests/security/make-test-pki (made once per test
 // process in a scratch directory, removed afterwards): identities alice and bob signed by the
-// test CA, mallory signed by another CA; PingTopic in domain 0, discovery and data encrypted.
+// test CA, mallory signed by another CA; PingTopic in domain 0, discovery and data encrypted,
+// whole messages signed (QOR_TEST_RTPS_PROTECTION=NONE or ENCRYPT in the environment changes
+// that).
 #include <fastrtps/config.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -223,7 +225,10 @@ class SecureDomain : public ::testing::Test {
         char scratch[] = "/tmp/qorddsping-pki-XXXXXX";
         ASSERT_NE(mkdtemp(scratch), nullptr);
         pki_ = scratch;
-        std::string command = std::string("sh ") + QOR_MAKE_TEST_PKI + " " + pki_;
+        // SIGN unless QOR_TEST_RTPS_PROTECTION says otherwise (NONE or ENCRYPT).
+        const char* protection = std::getenv("QOR_TEST_RTPS_PROTECTION");
+        std::string command = std::string("sh ") + QOR_MAKE_TEST_PKI + " " + pki_ + " " +
+                              (protection != nullptr ? protection : "SIGN");
         ASSERT_EQ(std::system(command.c_str()), 0) << command;
     }
     static void TearDownTestSuite() {
