@@ -24,7 +24,13 @@ namespace qordds {
 std::vector<std::string> security_file_problems(
     const eprosima::fastrtps::rtps::PropertyPolicy& properties);
 
-// Logs each of those faults as an error in `context`; true when there is none.
+// What works but is known to break in Fast DDS 2.9.1 (whole-message protection), one line
+// each in the same form.
+std::vector<std::string> security_file_warnings(
+    const eprosima::fastrtps::rtps::PropertyPolicy& properties);
+
+// Logs each of those faults as an error and each of those warnings as a warning in
+// `context`; true when there is no fault.
 bool security_files_usable(const eprosima::fastrtps::rtps::PropertyPolicy& properties,
                            const char* context);
 
