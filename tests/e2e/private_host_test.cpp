@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/e2e/support/private_host.h"
+#include "tests/e2e/support/private_network.h"
 
 namespace {
 
@@ -32,6 +33,23 @@ TEST(PrivateHost, IsolatedAndWatched) {
                 ->wait(10);
         },
         "sanitizer report");
+}
+
+// Two hosts on one network: each has lo and eth0 only, and UDPv4 discovery (multicast) and
+// data cross the bridge.
+TEST(PrivateNetwork, HostsReachEachOtherOverTheirLink) {
+    qortest::PrivateNetwork network(2);
+    auto links = network.host(1).start({"ip", "-o", "-4", "address"});
+    ASSERT_TRUE(links->wait(10));
+    EXPECT_NE(std::string::npos, links->output().find("eth0    inet 10.77.0.2/24"))
+        << links->output();
+    auto subscriber =
+        network.host(1).startPing({"-subscriber", "-transport", "1", "-timeout", "3"});
+    auto publisher = network.host(0).startPing(
+        {"-publisher", "-transport", "1", "-sendPeriod", "0.05", "-numSamples", "20"});
+    ASSERT_TRUE(subscriber->wait(30));
+    EXPECT_NE(std::string::npos, subscriber->output().find("qorddsping, issue received: "))
+        << subscriber->output();
 }
 
 }  // namespace

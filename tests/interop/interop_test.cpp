@@ -97,4 +97,24 @@ INSTANTIATE_TEST_SUITE_P(
              SAYS + "key 0 no writers", SAYS + "key 1 no writers"}}),
     [](const ::testing::TestParamInfo<InteropCase>& c) { return std::string(c.param.name); });
 
+// At verbosity 4 the tool names the peer's vendor from its vendor id, as registered.
+TEST(CycloneInterop, ThePeerIsReportedAsEclipseCycloneDds) {
+    qortest::PrivateHost host;
+    auto tool = host.startPing({"-subscriber", "-timeout", "4", "-verbosity", "4"});
+    auto cyclone = host.start({QOR_CYCLONE_PEER_PLAIN, "pub", "3"});
+    EXPECT_TRUE(cyclone->wait(90) && tool->wait(90));
+    // The peer's GUID prefix, from the line that reports its discovery.
+    const std::string start = "INFO [discovery] remote participant ";
+    std::string line;
+    std::istringstream in(tool->output());
+    while (std::getline(in, line) &&
+           (line.rfind(start, 0) != 0 || line.find(" discovered: ") == std::string::npos)) {
+    }
+    std::string prefix = line.substr(start.size(), line.find(' ', start.size()) - start.size());
+    EXPECT_EQ(start + prefix +
+                  " \"\" discovered: vendor Eclipse Cyclone DDS, on this host, lease duration 10 s",
+              line)
+        << tool->output();
+}
+
 }  // namespace

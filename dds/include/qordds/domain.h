@@ -8,6 +8,10 @@
 #include "qordds/type_plugin.h"
 #include "qordds/types.h"
 
+namespace qordds {
+struct ImplAccess;
+}
+
 class DDSDomainParticipant;
 class DDSPublisher;
 class DDSSubscriber;
@@ -38,9 +42,9 @@ class DDSDomainParticipantFactory {
     DDS_ReturnCode_t delete_participant(DDSDomainParticipant* participant);
 
     class Impl;  // binding-internal
-    Impl* impl() const { return impl_; }
 
   private:
+    friend struct qordds::ImplAccess;
     DDSDomainParticipantFactory();
     ~DDSDomainParticipantFactory();
     Impl* impl_;
@@ -97,9 +101,9 @@ class DDSDomainParticipant {
     class Impl;  // binding-internal
     explicit DDSDomainParticipant(Impl* impl) : impl_(impl) {}
     ~DDSDomainParticipant();
-    Impl* impl() const { return impl_; }
 
   private:
+    friend struct qordds::ImplAccess;
     DDSDomainParticipant(const DDSDomainParticipant&) = delete;
     DDSDomainParticipant& operator=(const DDSDomainParticipant&) = delete;
     Impl* impl_;

@@ -7,6 +7,10 @@
 #include "qordds/type_plugin.h"
 #include "qordds/types.h"
 
+namespace qordds {
+struct ImplAccess;
+}
+
 class DDSTopic;
 
 // A DataWriter. The binding's own writer is untyped; a type support wraps it into the type's
@@ -45,7 +49,7 @@ class DDSPublisher {
     // Only the participant that contains it creates it and reaches its state.
     friend class DDSDomainParticipant;
     explicit DDSPublisher(Impl* impl) : impl_(impl) {}
-    Impl* impl() const { return impl_; }
+    friend struct qordds::ImplAccess;
 
     DDSPublisher(const DDSPublisher&) = delete;
     DDSPublisher& operator=(const DDSPublisher&) = delete;

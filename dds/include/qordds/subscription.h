@@ -10,6 +10,10 @@
 #include "qordds/type_plugin.h"
 #include "qordds/types.h"
 
+namespace qordds {
+struct ImplAccess;
+}
+
 class DDSTopicDescription;
 
 struct DDS_SampleInfo {
@@ -70,7 +74,7 @@ class DDSSubscriber {
     // Only the participant that contains it creates it and reaches its state.
     friend class DDSDomainParticipant;
     explicit DDSSubscriber(Impl* impl) : impl_(impl) {}
-    Impl* impl() const { return impl_; }
+    friend struct qordds::ImplAccess;
 
     DDSSubscriber(const DDSSubscriber&) = delete;
     DDSSubscriber& operator=(const DDSSubscriber&) = delete;

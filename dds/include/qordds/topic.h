@@ -2,6 +2,10 @@
 #ifndef QOR_DDS_TOPIC_H
 #define QOR_DDS_TOPIC_H
 
+namespace qordds {
+struct ImplAccess;
+}
+
 class DDSTopicDescription {
   public:
     virtual ~DDSTopicDescription() {}
@@ -17,9 +21,9 @@ class DDSTopic : public DDSTopicDescription {
     class Impl;  // binding-internal
     explicit DDSTopic(Impl* impl) : impl_(impl) {}
     ~DDSTopic() override;
-    Impl* impl() const { return impl_; }
 
   private:
+    friend struct qordds::ImplAccess;
     DDSTopic(const DDSTopic&) = delete;
     DDSTopic& operator=(const DDSTopic&) = delete;
     Impl* impl_;

@@ -7,6 +7,7 @@
 #include <fastdds/dds/subscriber/DataReaderListener.hpp>
 #include <fastdds/dds/subscriber/SampleInfo.hpp>
 
+#include "diagnostics/participant_diagnostics.h"
 #include "entities/callback_gate.h"
 #include "log/log.h"
 #include "qos/fast_conversions.h"
@@ -76,6 +77,7 @@ class UntypedDataReader::Bridge : public fdds::DataReaderListener {
         });
         reader_.writer_matched(from_fast(status.last_publication_handle),
                                status.current_count_change > 0);
+        reader_.note_match(status.last_publication_handle, status.current_count_change > 0);
     }
 
     void on_liveliness_changed(fdds::DataReader*,
@@ -240,6 +242,7 @@ bool UntypedDataReader::drain_from(fdds::DataReader* fast) {
             plugin_.destroy_sample(data);
             break;
         }
+        note_sample(info.publication_handle);
         DDS_SampleInfo translated = translate_info(info);
         DDS_SampleRejectedStatusKind reason = DDS_NOT_REJECTED;
         ReaderCache::Outcome outcome;
@@ -293,6 +296,40 @@ void UntypedDataReader::apply(const WriterLiveliness::Change& change) {
             notify_data_available();
         }
     }
+}
+
+void UntypedDataReader::note_match(const fdds::InstanceHandle_t& writer, bool matched) {
+    if (diagnostics_ == nullptr || fast_ == nullptr) {
+        return;
+    }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto known = std::find(silent_writers_.begin(), silent_writers_.end(), writer);
+        if (matched && known == silent_writers_.end()) {
+            silent_writers_.push_back(writer);
+        } else if (!matched && known != silent_writers_.end()) {
+            silent_writers_.erase(known);
+        }
+        silent_count_ = silent_writers_.size();
+    }
+    diagnostics_->writer_matched(fast_->guid(), eprosima::fastrtps::rtps::iHandle2GUID(writer),
+                                 matched);
+}
+
+void UntypedDataReader::note_sample(const fdds::InstanceHandle_t& writer) {
+    if (diagnostics_ == nullptr || silent_count_.load(std::memory_order_relaxed) == 0) {
+        return;
+    }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto known = std::find(silent_writers_.begin(), silent_writers_.end(), writer);
+        if (known == silent_writers_.end()) {
+            return;
+        }
+        silent_writers_.erase(known);
+        silent_count_ = silent_writers_.size();
+    }
+    diagnostics_->first_sample(fast_->guid(), eprosima::fastrtps::rtps::iHandle2GUID(writer));
 }
 
 void UntypedDataReader::writer_matched(const DDS_InstanceHandle_t& writer, bool matched) {

@@ -12,6 +12,7 @@
 #ifndef QOR_DDS_SRC_DATA_READER_H
 #define QOR_DDS_SRC_DATA_READER_H
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -30,6 +31,8 @@
 #include "workarounds/writer_liveliness.h"
 
 namespace qordds {
+
+class ParticipantDiagnostics;
 
 class UntypedDataReader : public DDSDataReader {
   public:
@@ -53,6 +56,11 @@ class UntypedDataReader : public DDSDataReader {
     void set_typed(DDSDataReader* typed) { typed_ = typed; }
     DDSDataReader* typed() const { return typed_; }
     DDSTopic* topic() const { return topic_; }
+    // The Fast DDS reader once attached.
+    eprosima::fastdds::dds::DataReader* fast() const { return fast_; }
+    // Tells `diagnostics` of each writer matched and of the first sample from it; once
+    // attached, before any match.
+    void report_arrivals_to(ParticipantDiagnostics* diagnostics) { diagnostics_ = diagnostics; }
 
     DDSDataReaderListener* get_listener() override {
         return listener_->get<DDSDataReaderListener>();
@@ -88,6 +96,9 @@ class UntypedDataReader : public DDSDataReader {
     void notify_data_available();
     void apply(const WriterLiveliness::Change& change);
     void writer_matched(const DDS_InstanceHandle_t& writer, bool matched);
+    // Passes a match or the first sample of a writer on to diagnostics_, when set.
+    void note_match(const eprosima::fastdds::dds::InstanceHandle_t& writer, bool matched);
+    void note_sample(const eprosima::fastdds::dds::InstanceHandle_t& writer);
 
     DDSTopic* topic_;
     DDSTypePlugin plugin_;
@@ -96,6 +107,7 @@ class UntypedDataReader : public DDSDataReader {
     DDSDataReader* typed_ = nullptr;
     eprosima::fastdds::dds::Subscriber* fast_subscriber_ = nullptr;
     eprosima::fastdds::dds::DataReader* fast_ = nullptr;
+    ParticipantDiagnostics* diagnostics_ = nullptr;
 
     mutable std::mutex mutex_;  // the state below
     ReaderCache cache_;
@@ -104,6 +116,9 @@ class UntypedDataReader : public DDSDataReader {
     std::vector<DDS_InstanceHandle_t> matched_writers_;
     DDS_SampleRejectedStatus rejected_;
     int32_t matched_peak_ = 0;
+    // Matched writers not heard from yet, while diagnostics_ is set.
+    std::vector<eprosima::fastdds::dds::InstanceHandle_t> silent_writers_;
+    std::atomic<size_t> silent_count_{0};  // its size, read without the lock per sample
 
     std::shared_ptr<CallbackGate> gate_;
     ListenerTurn listener_turn_;

@@ -39,6 +39,8 @@ class UntypedDataWriter : public DDSDataWriter {
     void set_typed(DDSDataWriter* typed) { typed_ = typed; }
     DDSDataWriter* typed() const { return typed_; }
     DDSTopic* topic() const { return topic_; }
+    // The Fast DDS writer once attached.
+    const eprosima::fastdds::dds::DataWriter* fast() const { return fast_; }
     // Its matches, for the discovery rendezvous of its creation.
     const std::shared_ptr<MatchWatch>& matches() const { return matches_; }
 

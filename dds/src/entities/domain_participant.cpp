@@ -34,11 +34,13 @@ DDS_ReturnCode_t DDSDomainParticipant::enable() {
             qordds::with_key_only_repair(qordds::make_transport_descriptors(impl_->transports));
         ReturnCode rc = fast->set_qos(qos);
         if (rc == ReturnCode::RETCODE_OK) {
-            impl_->rendezvous.install(*fast, impl_->repair);
+            impl_->diagnostics.enabling(impl_->domain_id, impl_->qos, impl_->transports);
+            impl_->rendezvous.install(*fast, impl_->repair, impl_->diagnostics);
             rc = fast->enable();
         }
         if (rc == ReturnCode::RETCODE_OK) {
             impl_->rendezvous.enabled(fast->guid().guidPrefix);
+            impl_->diagnostics.enabled(*fast);
         }
         if (rc != ReturnCode::RETCODE_OK) {
             qordds::log(qordds::LogKind::Error, "DDSDomainParticipant::enable",

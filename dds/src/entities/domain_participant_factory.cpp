@@ -5,6 +5,7 @@
 
 #include <fastdds/dds/domain/DomainParticipantFactory.hpp>
 
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "log/fast_environment.h"
 #include "log/log.h"
@@ -47,7 +48,7 @@ fr::GuidPrefix_t effective_prefix(const fd::DomainParticipant& fast) {
 }
 
 bool contains_entities(DDSDomainParticipant& participant) {
-    DDSDomainParticipant::Impl& impl = *participant.impl();
+    DDSDomainParticipant::Impl& impl = *qordds::impl_of(&participant);
     std::lock_guard<std::recursive_mutex> lock(impl.mutex);
     return !impl.entities.topics.empty() || !impl.entities.publishers.empty() ||
            !impl.entities.subscribers.empty();
@@ -173,7 +174,7 @@ QosProfileRef find_loaded_profile(const char* library, const char* profile, cons
         return found;
     }
     DDSDomainParticipantFactory::Impl& factory =
-        *DDSDomainParticipantFactory::get_instance()->impl();
+        *qordds::impl_of(DDSDomainParticipantFactory::get_instance());
     std::lock_guard<std::mutex> lock(factory.mutex);
     found.library = factory.profiles;
     found.profile = found.library->find(library, profile);
@@ -217,7 +218,7 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(
         fr::GuidPrefix_t prefix = fast->guid().guidPrefix;
         qordds::put_app_id(qos.wire_protocol.rtps_app_id, prefix.value);
         for (DDSDomainParticipant* other : impl_->participants) {
-            if (effective_prefix(*other->impl()->fast) == prefix) {
+            if (effective_prefix(*qordds::impl_of(other)->fast) == prefix) {
                 qordds::log(qordds::LogKind::Error, create_context,
                             "application id 0x%08x is used by another participant of this "
                             "process",
@@ -272,10 +273,11 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(
     // Fast DDS also refuses while it holds topics, publishers or subscribers of the
     // participant.
     ReturnCode rc = ReturnCode::RETCODE_ERROR;
-    participant->impl()->repair.stop();
+    qordds::impl_of(participant)->repair.stop();
+    qordds::impl_of(participant)->diagnostics.stop();
     try {
         rc = fd::DomainParticipantFactory::get_instance()->delete_participant(
-            participant->impl()->fast);
+            qordds::impl_of(participant)->fast);
     } catch (const std::exception& error) {
         qordds::log(qordds::LogKind::Error, "DDSDomainParticipantFactory::delete_participant",
                     "Fast DDS failed: %s", error.what());
@@ -290,7 +292,7 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(
                     "Fast DDS could not delete the participant (code %d)", static_cast<int>(rc()));
         return DDS_RETCODE_ERROR;
     }
-    participant->impl()->fast = nullptr;
+    qordds::impl_of(participant)->fast = nullptr;
     impl_->participants.erase(
         std::find(impl_->participants.begin(), impl_->participants.end(), participant));
     delete participant;

@@ -6,6 +6,7 @@
 #include <fastdds/dds/subscriber/qos/SubscriberQos.hpp>
 
 #include "entities/deferred_deletion.h"
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "entities/publisher_impl.h"
 #include "entities/subscriber_impl.h"
@@ -84,7 +85,7 @@ DDS_ReturnCode_t destroy_subscriber(DDSDomainParticipant::Impl& participant,
 DDS_ReturnCode_t destroy_topic(DDSDomainParticipant::Impl& participant, DDSTopic* topic) {
     qordds::finish_deferred_deletions("DDSDomainParticipant::delete_topic");
     DDS_ReturnCode_t deleted = fast_call("DDSDomainParticipant::delete_topic", [&] {
-        return participant.fast->delete_topic(topic->impl()->fast);
+        return participant.fast->delete_topic(qordds::impl_of(topic)->fast);
     });
     if (deleted != DDS_RETCODE_OK) {
         return deleted;
@@ -137,7 +138,7 @@ DDSTopic* DDSDomainParticipant::create_topic(const char* topic_name, const char*
         return nullptr;
     }
     for (DDSTopic* existing : impl_->entities.topics) {
-        if (existing->impl()->name == topic_name) {
+        if (qordds::impl_of(existing)->name == topic_name) {
             qordds::log(qordds::LogKind::Error, context, "topic \"%s\" already exists", topic_name);
             return nullptr;
         }
@@ -191,9 +192,9 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_topic(DDSTopic* topic) {
                     "the topic does not belong to this participant");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    if (topic->impl()->endpoints > 0) {
+    if (qordds::impl_of(topic)->endpoints > 0) {
         qordds::log(qordds::LogKind::Error, context, "topic \"%s\" still has %d endpoint(s)",
-                    topic->get_name(), topic->impl()->endpoints);
+                    topic->get_name(), qordds::impl_of(topic)->endpoints);
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
     return destroy_topic(*impl_, topic);
@@ -239,12 +240,12 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_publisher(DDSPublisher* publisher)
                     "the publisher does not belong to this participant");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    if (!publisher->impl()->writers.empty()) {
+    if (!qordds::impl_of(publisher)->writers.empty()) {
         qordds::log(qordds::LogKind::Error, context, "the publisher still has %zu writer(s)",
-                    publisher->impl()->writers.size());
+                    qordds::impl_of(publisher)->writers.size());
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    return destroy_publisher(*impl_, publisher, *publisher->impl());
+    return destroy_publisher(*impl_, publisher, *qordds::impl_of(publisher));
 }
 
 DDSSubscriber* DDSDomainParticipant::create_subscriber(const DDS_SubscriberQos& qos,
@@ -287,12 +288,12 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_subscriber(DDSSubscriber* subscrib
                     "the subscriber does not belong to this participant");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    if (!subscriber->impl()->readers.empty()) {
+    if (!qordds::impl_of(subscriber)->readers.empty()) {
         qordds::log(qordds::LogKind::Error, context, "the subscriber still has %zu reader(s)",
-                    subscriber->impl()->readers.size());
+                    qordds::impl_of(subscriber)->readers.size());
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    return destroy_subscriber(*impl_, subscriber, *subscriber->impl());
+    return destroy_subscriber(*impl_, subscriber, *qordds::impl_of(subscriber));
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
@@ -301,7 +302,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
         return DDS_RETCODE_OK;
     }
     for (DDSSubscriber* subscriber : impl_->entities.subscribers) {
-        for (qordds::UntypedDataReader* reader : subscriber->impl()->readers) {
+        for (qordds::UntypedDataReader* reader : qordds::impl_of(subscriber)->readers) {
             if (reader->has_outstanding_loans()) {
                 qordds::log(qordds::LogKind::Error,
                             "DDSDomainParticipant::delete_contained_entities",
@@ -316,7 +317,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
     };
     while (!impl_->entities.publishers.empty()) {
         DDSPublisher* publisher = impl_->entities.publishers.back();
-        DDS_ReturnCode_t code = destroy_publisher(*impl_, publisher, *publisher->impl());
+        DDS_ReturnCode_t code = destroy_publisher(*impl_, publisher, *qordds::impl_of(publisher));
         keep_first_error(code);
         if (code != DDS_RETCODE_OK && qordds::contains(impl_->entities.publishers, publisher)) {
             return result;
@@ -324,7 +325,8 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
     }
     while (!impl_->entities.subscribers.empty()) {
         DDSSubscriber* subscriber = impl_->entities.subscribers.back();
-        DDS_ReturnCode_t code = destroy_subscriber(*impl_, subscriber, *subscriber->impl());
+        DDS_ReturnCode_t code =
+            destroy_subscriber(*impl_, subscriber, *qordds::impl_of(subscriber));
         keep_first_error(code);
         if (code != DDS_RETCODE_OK && qordds::contains(impl_->entities.subscribers, subscriber)) {
             return result;

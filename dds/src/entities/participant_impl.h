@@ -7,6 +7,7 @@
 
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
+#include "diagnostics/participant_diagnostics.h"
 #include "entities/entity_registry.h"
 #include "qordds/domain.h"
 #include "qordds/topic.h"
@@ -24,8 +25,9 @@ class DDSDomainParticipant::Impl {
     qordds::BuiltinTransports transports;  // made into Fast DDS transports by enable()
     qordds::TypeRegistry types;
     qordds::EntityRegistry entities;
-    qordds::AnnouncementRepair repair;       // of answers a newcomer dropped
-    qordds::DiscoveryRendezvous rendezvous;  // for writers created soon after enable()
+    qordds::AnnouncementRepair repair;           // of answers a newcomer dropped
+    qordds::ParticipantDiagnostics diagnostics;  // told of discovery by the rendezvous
+    qordds::DiscoveryRendezvous rendezvous;      // for writers created soon after enable()
     std::recursive_mutex mutex;
 
     // The participant's own topic behind `description` and the type registered under its type

@@ -5,7 +5,9 @@
 #include <new>
 #include <string>
 
+#include "diagnostics/fast_facts.h"
 #include "entities/deferred_deletion.h"
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "entities/publisher_impl.h"
 #include "entities/topic_impl.h"
@@ -51,11 +53,12 @@ qordds::UntypedDataWriter* make_writer(DDSPublisher::Impl& publisher,
         return nullptr;
     }
     writer->set_typed(typed);
-    if (!writer->attach(publisher.fast, topic->impl()->fast, fast_qos)) {
+    if (!writer->attach(publisher.fast, qordds::impl_of(topic)->fast, fast_qos)) {
         qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the writer");
         type->plugin.type_support->destroy_datawriterI(typed);
         return nullptr;
     }
+    participant.diagnostics.local_endpoint(qordds::facts_of(*writer->fast()));
     return writer.release();
 }
 
@@ -71,7 +74,7 @@ DDS_ReturnCode_t destroy_writer(UntypedDataWriter* writer) {
     } else {
         result = writer->detach();
     }
-    writer->topic()->impl()->endpoints -= 1;
+    qordds::impl_of(writer->topic())->endpoints -= 1;
     const DDSTypePlugin* plugin = writer->get_type_plugin();
     if (writer->typed() != writer && plugin->type_support != nullptr) {
         plugin->type_support->destroy_datawriterI(writer->typed());
@@ -98,7 +101,7 @@ DDSPublisher::~DDSPublisher() {
 
 DDS_ReturnCode_t DDSPublisher::get_default_datawriter_qos_w_topic_name(DDS_DataWriterQos& qos,
                                                                        const char* topic_name) {
-    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    DDSDomainParticipant::Impl* participant = qordds::impl_of(impl_->participant);
     std::lock_guard<std::recursive_mutex> lock(participant->mutex);
     return qordds::default_datawriter_qos(participant->defaults, topic_name, qos);
 }
@@ -107,7 +110,7 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
                                                DDSDataWriterListener* listener,
                                                DDS_StatusMask mask) {
     const char* context = "DDSPublisher::create_datawriter";
-    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    DDSDomainParticipant::Impl* participant = qordds::impl_of(impl_->participant);
     fdds::DataWriterQos fast_qos;
     std::string wire_topic;
     std::string type_name;
@@ -120,7 +123,7 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
                                          fast_qos, context) != DDS_RETCODE_OK) {
             return nullptr;
         }
-        wire_topic = topic->impl()->fast->get_name();
+        wire_topic = qordds::impl_of(topic)->fast->get_name();
         type_name = topic->get_type_name();
     }
     // Without the participant's lock: other threads' entity operations, and callbacks that
@@ -135,7 +138,7 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
         if (writer == nullptr) {
             return nullptr;
         }
-        topic->impl()->endpoints += 1;
+        qordds::impl_of(topic)->endpoints += 1;
         impl_->writers.push_back(writer);
         typed = writer->typed();
         matches = writer->matches();
@@ -149,7 +152,7 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
 }
 
 DDS_ReturnCode_t DDSPublisher::delete_datawriter(DDSDataWriter* writer) {
-    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    DDSDomainParticipant::Impl* participant = qordds::impl_of(impl_->participant);
     std::lock_guard<std::recursive_mutex> lock(participant->mutex);
     if (writer == nullptr) {
         qordds::log(qordds::LogKind::Error, "DDSPublisher::delete_datawriter",

@@ -3,7 +3,9 @@
 #include <memory>
 #include <new>
 
+#include "diagnostics/fast_facts.h"
 #include "entities/deferred_deletion.h"
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "entities/subscriber_impl.h"
 #include "entities/topic_impl.h"
@@ -37,7 +39,7 @@ DDS_ReturnCode_t destroy_reader(UntypedDataReader* reader) {
     } else {
         result = reader->detach();
     }
-    reader->topic()->impl()->endpoints -= 1;
+    qordds::impl_of(reader->topic())->endpoints -= 1;
     const DDSTypePlugin* plugin = reader->get_type_plugin();
     if (reader->typed() != reader && plugin->type_support != nullptr) {
         plugin->type_support->destroy_datareaderI(reader->typed());
@@ -64,7 +66,7 @@ DDSSubscriber::~DDSSubscriber() {
 
 DDS_ReturnCode_t DDSSubscriber::get_default_datareader_qos_w_topic_name(DDS_DataReaderQos& qos,
                                                                         const char* topic_name) {
-    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    DDSDomainParticipant::Impl* participant = qordds::impl_of(impl_->participant);
     std::lock_guard<std::recursive_mutex> lock(participant->mutex);
     return qordds::default_datareader_qos(participant->defaults, topic_name, qos);
 }
@@ -74,7 +76,7 @@ DDSDataReader* DDSSubscriber::create_datareader(DDSTopicDescription* description
                                                 DDSDataReaderListener* listener,
                                                 DDS_StatusMask mask) {
     const char* context = "DDSSubscriber::create_datareader";
-    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    DDSDomainParticipant::Impl* participant = qordds::impl_of(impl_->participant);
     std::lock_guard<std::recursive_mutex> lock(participant->mutex);
     DDSTopic* topic = nullptr;
     const qordds::RegisteredType* type = nullptr;
@@ -97,19 +99,21 @@ DDSDataReader* DDSSubscriber::create_datareader(DDSTopicDescription* description
         return nullptr;
     }
     reader->set_typed(typed);
-    if (!reader->attach(impl_->fast, topic->impl()->fast, fast_qos)) {
+    reader->report_arrivals_to(&participant->diagnostics);
+    if (!reader->attach(impl_->fast, qordds::impl_of(topic)->fast, fast_qos)) {
         qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the reader");
         type->plugin.type_support->destroy_datareaderI(typed);
         return nullptr;
     }
-    topic->impl()->endpoints += 1;
+    participant->diagnostics.local_endpoint(qordds::facts_of(*reader->fast()));
+    qordds::impl_of(topic)->endpoints += 1;
     impl_->readers.push_back(reader.release());
     return typed;
 }
 
 DDS_ReturnCode_t DDSSubscriber::delete_datareader(DDSDataReader* reader) {
     const char* context = "DDSSubscriber::delete_datareader";
-    DDSDomainParticipant::Impl* participant = impl_->participant->impl();
+    DDSDomainParticipant::Impl* participant = qordds::impl_of(impl_->participant);
     std::lock_guard<std::recursive_mutex> lock(participant->mutex);
     if (reader == nullptr) {
         qordds::log(qordds::LogKind::Error, context, "bad parameter: reader");

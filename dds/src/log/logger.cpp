@@ -6,7 +6,8 @@
 // Verbosity mask (cumulative; each level of the tool adds the next bit):
 //   0x01 fatal (nothing in Fast DDS or the binding is fatal), 0x02 errors, 0x04 warnings,
 //   0x08 and up: information (Fast DDS's Info entries, compiled out of Debian's build, and
-//   the binding's LogKind::Info).
+//   the binding's LogKind::Info); 0x10 the binding's LogKind::RemoteInfo, what it learns of
+//   other participants.
 //
 // Print format bits. Fields appear in the order of this list, separated by blanks, and
 // then the message:
@@ -252,11 +253,23 @@ int DDSLogger::get_print_format() const {
 
 namespace qordds {
 
+namespace {
+
+int bit_of(LogKind kind) {
+    return kind == LogKind::Error        ? DDS_LOG_VERBOSITY_ERROR
+           : kind == LogKind::Warning    ? DDS_LOG_VERBOSITY_WARNING
+           : kind == LogKind::RemoteInfo ? DDS_LOG_VERBOSITY_REMOTE_INFO
+                                         : DDS_LOG_VERBOSITY_LOCAL_INFO;
+}
+
+}  // namespace
+
+bool log_enabled(LogKind kind) {
+    return (verbosity_mask.load(std::memory_order_relaxed) & bit_of(kind)) != 0;
+}
+
 void log(LogKind kind, const char* context, const char* format, ...) {
-    int bit = kind == LogKind::Error     ? DDS_LOG_VERBOSITY_ERROR
-              : kind == LogKind::Warning ? DDS_LOG_VERBOSITY_WARNING
-              : kind == LogKind::Info    ? DDS_LOG_VERBOSITY_LOCAL_INFO
-                                         : DDS_LOG_VERBOSITY_REMOTE_INFO;
+    int bit = bit_of(kind);
     if ((verbosity_mask.load(std::memory_order_relaxed) & bit) == 0) {
         return;
     }

@@ -1,5 +1,6 @@
 #include "qordds/transport.h"
 
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "log/log.h"
 
@@ -34,8 +35,8 @@ DDS_ReturnCode_t DDSTransportSupport::get_builtin_transport_property(
         !check_kind(kind, "DDSTransportSupport::get_builtin_transport_property")) {
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    std::lock_guard<std::recursive_mutex> lock(participant->impl()->mutex);
-    property = *participant->impl()->transports.property(kind);
+    std::lock_guard<std::recursive_mutex> lock(qordds::impl_of(participant)->mutex);
+    property = *qordds::impl_of(participant)->transports.property(kind);
     return DDS_RETCODE_OK;
 }
 
@@ -49,7 +50,7 @@ DDS_ReturnCode_t DDSTransportSupport::set_builtin_transport_property(
         qordds::log(qordds::LogKind::Error, set_context, "%s", why);
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    DDSDomainParticipant::Impl& impl = *participant->impl();
+    DDSDomainParticipant::Impl& impl = *qordds::impl_of(participant);
     std::lock_guard<std::recursive_mutex> lock(impl.mutex);
     if (impl.fast->is_enabled()) {
         qordds::log(qordds::LogKind::Error, set_context,

@@ -14,8 +14,10 @@ constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettle;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettleLimit;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSecuredSettleLimit;
 
-void DiscoveryRendezvous::install(fdds::DomainParticipant& fast, AnnouncementRepair& repair) {
+void DiscoveryRendezvous::install(fdds::DomainParticipant& fast, AnnouncementRepair& repair,
+                                  ParticipantDiagnostics& diagnostics) {
     repair_ = &repair;
+    diagnostics_ = &diagnostics;
     repair.start(fast);
     secured_ = authentication_.watch(fast.get_qos());
     {
@@ -71,6 +73,7 @@ bool DiscoveryRendezvous::remote_reader_known(const std::string& topic,
 
 void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
                                                    frtps::ParticipantDiscoveryInfo&& info) {
+    diagnostics_->participant_event(info);
     authentication_.discovered(info);
     if (info.status == frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT) {
         repair_->discovered();
@@ -97,6 +100,7 @@ void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
 
 void DiscoveryRendezvous::on_subscriber_discovery(fdds::DomainParticipant*,
                                                   frtps::ReaderDiscoveryInfo&& info) {
+    diagnostics_->reader_event(info);
     std::lock_guard<std::mutex> lock(mutex_);
     if (Clock::now() >= deadline()) {
         readers_.clear();
@@ -114,6 +118,11 @@ void DiscoveryRendezvous::on_subscriber_discovery(fdds::DomainParticipant*,
             readers_.erase(guid);
             break;
     }
+}
+
+void DiscoveryRendezvous::on_publisher_discovery(fdds::DomainParticipant*,
+                                                 frtps::WriterDiscoveryInfo&& info) {
+    diagnostics_->writer_event(info);
 }
 
 void DiscoveryRendezvous::onParticipantAuthentication(fdds::DomainParticipant*,

@@ -47,6 +47,7 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 #include <fastdds/dds/domain/DomainParticipantListener.hpp>
 
+#include "diagnostics/participant_diagnostics.h"
 #include "security/authentication_report.h"
 #include "workarounds/announcement_repair.h"
 
@@ -77,8 +78,10 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     static constexpr std::chrono::milliseconds kSecuredSettleLimit{2000};
 
     // Right before the Fast DDS participant is enabled: listens to its discovery, passes
-    // each new participant on to `repair`, and opens the window.
-    void install(eprosima::fastdds::dds::DomainParticipant& fast, AnnouncementRepair& repair);
+    // each new participant on to `repair` and every discovery event to `diagnostics`, and
+    // opens the window.
+    void install(eprosima::fastdds::dds::DomainParticipant& fast, AnnouncementRepair& repair,
+                 ParticipantDiagnostics& diagnostics);
     // Once it is enabled, with the GUID prefix its own endpoints have: the window starts.
     void enabled(const eprosima::fastrtps::rtps::GuidPrefix_t& own);
 
@@ -96,6 +99,8 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
         eprosima::fastrtps::rtps::ParticipantDiscoveryInfo&& info) override;
     void on_subscriber_discovery(eprosima::fastdds::dds::DomainParticipant*,
                                  eprosima::fastrtps::rtps::ReaderDiscoveryInfo&& info) override;
+    void on_publisher_discovery(eprosima::fastdds::dds::DomainParticipant*,
+                                eprosima::fastrtps::rtps::WriterDiscoveryInfo&& info) override;
     // The one participant listener also carries the authentication report.
     void onParticipantAuthentication(
         eprosima::fastdds::dds::DomainParticipant*,
@@ -106,9 +111,10 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     // The end of the window with the grace of the participants discovered in it.
     Clock::time_point deadline() const;
 
-    AnnouncementRepair* repair_ = nullptr;  // set before discovery starts
+    AnnouncementRepair* repair_ = nullptr;           // set before discovery starts
+    ParticipantDiagnostics* diagnostics_ = nullptr;  // likewise
     AuthenticationReport authentication_;
-    bool secured_ = false;      // set before discovery starts
+    bool secured_ = false;      // likewise
     mutable std::mutex mutex_;  // everything below
     std::condition_variable discovered_;
     Clock::time_point window_end_;

@@ -67,6 +67,8 @@ class PrivateHost {
     std::unique_ptr<Process> start(const std::vector<std::string>& argv);
     // Starts the qorddsping under test with these arguments.
     std::unique_ptr<Process> startPing(const std::vector<std::string>& arguments);
+    // A process inside the host's namespaces, for commands that name a namespace by PID.
+    pid_t pid() const { return anchor_->pid(); }
 
   private:
     std::unique_ptr<Process> anchor_;  // the process whose namespaces this host is

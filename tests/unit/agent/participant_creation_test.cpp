@@ -11,6 +11,7 @@
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 
 #include "agent/builtinQosProfile.h"
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "tests/unit/agent/frame_test_support.h"
 
@@ -26,7 +27,7 @@ struct Created {
         agent.createsParticipant = true;
         output = agent.execute(arguments);
     }
-    DDSDomainParticipant::Impl& impl() { return *agent.participant->impl(); }
+    DDSDomainParticipant::Impl& impl() { return *qordds::impl_of(agent.participant); }
     fd::DomainParticipantQos fast() { return impl().fast->get_qos(); }
     frametest::TestAgent agent;
     std::string output;

@@ -15,6 +15,7 @@
 
 #include <fastdds/dds/log/Log.hpp>
 
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "tests/unit/dds/endpoints_test_support.h"
 
@@ -83,19 +84,20 @@ TEST(Rendezvous, AFreshWritersVeryFirstSampleReachesTheReadersAlreadyThere) {
 TEST(AnnouncementRepair, ANewParticipantIsAnsweredTwiceAndTheUserDataIsLeftAsItWas) {
     Side running;
     ASSERT_TRUE(running.ready());
-    const qordds::AnnouncementRepair& repaired = running.participant->impl()->repair;
+    const qordds::AnnouncementRepair& repaired = qordds::impl_of(running.participant)->repair;
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     EXPECT_EQ(repaired.announcements(), 0u) << "alone, with nothing to repair";
     Side newcomer;
     ASSERT_TRUE(newcomer.ready());
-    const qordds::AnnouncementRepair& answered = newcomer.participant->impl()->repair;
+    const qordds::AnnouncementRepair& answered = qordds::impl_of(newcomer.participant)->repair;
     ASSERT_TRUE(
         eventually([&] { return repaired.announcements() == 2 && answered.announcements() == 2; }));
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     EXPECT_EQ(repaired.announcements(), 2u);
     EXPECT_EQ(answered.announcements(), 2u);
     for (const Side* side : {&running, &newcomer}) {
-        EXPECT_TRUE(side->participant->impl()->fast->get_qos().user_data().data_vec().empty());
+        EXPECT_TRUE(
+            qordds::impl_of(side->participant)->fast->get_qos().user_data().data_vec().empty());
     }
 }
 

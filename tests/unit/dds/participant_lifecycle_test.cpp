@@ -4,6 +4,7 @@
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 #include <fastdds/dds/publisher/qos/PublisherQos.hpp>
 
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "qordds/domain.h"
 #include "qordds/publication.h"
@@ -26,7 +27,7 @@ TEST(ParticipantLifecycle, EnabledAtCreationOnlyWithAutoenable) {
     DDSDomainParticipantFactory* factory = DDSDomainParticipantFactory::get_instance();
     DDSDomainParticipant* participant = create(false, 3);
     ASSERT_NE(participant, nullptr);
-    eprosima::fastdds::dds::DomainParticipant* fast = participant->impl()->fast;
+    eprosima::fastdds::dds::DomainParticipant* fast = qordds::impl_of(participant)->fast;
     EXPECT_FALSE(fast->is_enabled());
     EXPECT_EQ(fast->get_domain_id(), 3u);
     EXPECT_EQ(participant->enable(), DDS_RETCODE_OK);
@@ -36,7 +37,7 @@ TEST(ParticipantLifecycle, EnabledAtCreationOnlyWithAutoenable) {
 
     DDSDomainParticipant* enabled = create(true, 0);
     ASSERT_NE(enabled, nullptr);
-    EXPECT_TRUE(enabled->impl()->fast->is_enabled());
+    EXPECT_TRUE(qordds::impl_of(enabled)->fast->is_enabled());
 
     EXPECT_EQ(factory->delete_participant(enabled), DDS_RETCODE_OK);
     EXPECT_EQ(factory->finalize_instance(), DDS_RETCODE_PRECONDITION_NOT_MET);
@@ -56,10 +57,11 @@ TEST(ParticipantLifecycle, RefusesDeletionWhileEntitiesExist) {
     EXPECT_EQ(participant->delete_publisher(publisher), DDS_RETCODE_OK);
     // Entities made with Fast DDS directly count too.
     auto* fastPublisher =
-        participant->impl()->fast->create_publisher(eprosima::fastdds::dds::PUBLISHER_QOS_DEFAULT);
+        qordds::impl_of(participant)
+            ->fast->create_publisher(eprosima::fastdds::dds::PUBLISHER_QOS_DEFAULT);
     ASSERT_NE(fastPublisher, nullptr);
     EXPECT_EQ(factory->delete_participant(participant), DDS_RETCODE_PRECONDITION_NOT_MET);
-    participant->impl()->fast->delete_publisher(fastPublisher);
+    qordds::impl_of(participant)->fast->delete_publisher(fastPublisher);
     EXPECT_EQ(factory->delete_participant(participant), DDS_RETCODE_OK);
 }
 

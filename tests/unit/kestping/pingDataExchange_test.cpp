@@ -6,6 +6,7 @@
 
 #include <fastdds/dds/domain/DomainParticipant.hpp>
 
+#include "entities/impl_access.h"
 #include "entities/participant_impl.h"
 #include "kestping/pingDataSupport.h"
 #include "qordds/domain.h"
@@ -23,8 +24,8 @@ TEST(PingTypeRegistration, TheNameKeepsItsFirstTypeUntilReleased) {
             0, DDS_DomainParticipantQos(), nullptr, DDS_STATUS_MASK_NONE);
     ASSERT_NE(participant, nullptr);
     auto registered = [&]() -> const qordds::RegisteredType* {
-        std::lock_guard<std::recursive_mutex> lock(participant->impl()->mutex);
-        return participant->impl()->types.find("PingType");
+        std::lock_guard<std::recursive_mutex> lock(qordds::impl_of(participant)->mutex);
+        return qordds::impl_of(participant)->types.find("PingType");
     };
     auto keyed = [&] {
         return KestKeyedPingDataTypeSupport::register_type(participant, "PingType");
@@ -61,7 +62,7 @@ TEST(PingTypeRegistration, TheNameKeepsItsFirstTypeUntilReleased) {
         EXPECT_EQ(now ? now->plugin.type_name : "", steps[i].typeAfter);
         if (now != nullptr) {
             EXPECT_EQ(now->fast_type->m_isGetKeyDefined, steps[i].typeAfter == "KestKeyedPingData");
-            EXPECT_EQ(participant->impl()->fast->find_type("PingType"), now->fast_type);
+            EXPECT_EQ(qordds::impl_of(participant)->fast->find_type("PingType"), now->fast_type);
             EXPECT_TRUE(supportBefore == nullptr || now->type_support.get() == supportBefore);
         }
     }
