@@ -13,6 +13,7 @@
 #include "qordds/domain.h"
 #include "qordds/logger.h"
 #include "qos/participant_qos_translation.h"
+#include "security/security_files.h"
 
 namespace fd = eprosima::fastdds::dds;
 using ReturnCode = eprosima::fastrtps::types::ReturnCode_t;
@@ -190,7 +191,8 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(
     DDS_DomainId_t domain_id, const DDS_DomainParticipantQos& qos, DDSDomainParticipantListener*,
     DDS_StatusMask) {
     fd::DomainParticipantQos fast_qos;
-    if (!qordds::translate_participant_qos(qos, domain_id, fast_qos)) {
+    if (!qordds::translate_participant_qos(qos, domain_id, fast_qos) ||
+        !qordds::security_files_usable(fast_qos.properties(), create_context)) {
         return nullptr;
     }
     std::lock_guard<std::mutex> lock(impl_->mutex);

@@ -145,7 +145,7 @@ DDSDataWriter* DDSPublisher::create_datawriter(DDSTopic* topic, const DDS_DataWr
     }
     if (reader_known) {
         matches->await_settled(
-            qordds::DiscoveryRendezvous::Clock::now() + qordds::DiscoveryRendezvous::kSettleLimit,
+            qordds::DiscoveryRendezvous::Clock::now() + participant->rendezvous.settle_limit(),
             qordds::DiscoveryRendezvous::kSettle);
     }
     return typed;

@@ -9,14 +9,17 @@ namespace qordds {
 
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kWindow;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kGrace;
+constexpr std::chrono::milliseconds DiscoveryRendezvous::kAuthenticationLimit;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettle;
 constexpr std::chrono::milliseconds DiscoveryRendezvous::kSettleLimit;
+constexpr std::chrono::milliseconds DiscoveryRendezvous::kSecuredSettleLimit;
 
 void DiscoveryRendezvous::install(fdds::DomainParticipant& fast, AnnouncementRepair& repair,
                                   ParticipantDiagnostics& diagnostics) {
     repair_ = &repair;
     diagnostics_ = &diagnostics;
     repair.start(fast);
+    secured_ = authentication_.watch(fast.get_qos());
     {
         // Open while Fast DDS enables: readers may be discovered meanwhile.
         std::lock_guard<std::mutex> lock(mutex_);
@@ -36,7 +39,7 @@ void DiscoveryRendezvous::enabled(const frtps::GuidPrefix_t& own) {
 DiscoveryRendezvous::Clock::time_point DiscoveryRendezvous::deadline() const {
     Clock::time_point end = window_end_;
     for (const auto& participant : participants_) {
-        end = std::max(end, participant.second + kGrace);
+        end = std::max(end, participant.second);
     }
     return end;
 }
@@ -71,6 +74,7 @@ bool DiscoveryRendezvous::remote_reader_known(const std::string& topic,
 void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
                                                    frtps::ParticipantDiscoveryInfo&& info) {
     diagnostics_->participant_event(info);
+    authentication_.discovered(info);
     if (info.status == frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT) {
         repair_->discovered();
     }
@@ -82,7 +86,8 @@ void DiscoveryRendezvous::on_participant_discovery(fdds::DomainParticipant*,
     const frtps::GuidPrefix_t& prefix = info.info.m_guid.guidPrefix;
     switch (info.status) {
         case frtps::ParticipantDiscoveryInfo::DISCOVERED_PARTICIPANT:
-            participants_.emplace(prefix, Clock::now());
+            participants_.emplace(prefix,
+                                  Clock::now() + (secured_ ? kAuthenticationLimit : kGrace));
             break;
         case frtps::ParticipantDiscoveryInfo::CHANGED_QOS_PARTICIPANT:
             break;
@@ -118,6 +123,22 @@ void DiscoveryRendezvous::on_subscriber_discovery(fdds::DomainParticipant*,
 void DiscoveryRendezvous::on_publisher_discovery(fdds::DomainParticipant*,
                                                  frtps::WriterDiscoveryInfo&& info) {
     diagnostics_->writer_event(info);
+}
+
+void DiscoveryRendezvous::onParticipantAuthentication(fdds::DomainParticipant*,
+                                                      frtps::ParticipantAuthenticationInfo&& info) {
+    authentication_.authenticated(info);
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto participant = participants_.find(info.guid.guidPrefix);
+    if (participant == participants_.end()) {
+        return;
+    }
+    if (info.status == frtps::ParticipantAuthenticationInfo::AUTHORIZED_PARTICIPANT) {
+        participant->second = Clock::now() + kGrace;
+    } else {
+        participants_.erase(participant);
+    }
+    discovered_.notify_all();
 }
 
 void MatchWatch::changed(int32_t current) {

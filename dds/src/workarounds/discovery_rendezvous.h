@@ -26,7 +26,13 @@
 // discovered in the window holds it open until its readers have had kGrace to show: on an
 // overloaded machine their announcements came 350-450 ms after the participant's (measured:
 // 7 pairings in 240 lost issue 0 with eight pairings running at once), past a fixed window. A
-// participant without such a reader thus delays the first write by up to kGrace.
+// participant without such a reader thus delays the first write by up to kGrace. An
+// authenticating participant learns of the readers of another only once the two have
+// authenticated each other (a handshake of three messages, then the key exchange): a
+// participant discovered in its window holds it open until kGrace after its authorization,
+// kAuthenticationLimit after its discovery at most, and not at all once it is refused; the
+// writer then waits up to kSecuredSettleLimit for its match, which comes only after the
+// endpoints' keys have been exchanged.
 #ifndef QOR_DDS_SRC_DISCOVERY_RENDEZVOUS_H
 #define QOR_DDS_SRC_DISCOVERY_RENDEZVOUS_H
 
@@ -42,6 +48,7 @@
 #include <fastdds/dds/domain/DomainParticipantListener.hpp>
 
 #include "diagnostics/participant_diagnostics.h"
+#include "security/authentication_report.h"
 #include "workarounds/announcement_repair.h"
 
 namespace qordds {
@@ -57,9 +64,18 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     // show: their announcements follow the participant's, at once on a quiet machine, 70 ms
     // later when Fast DDS's own repair is needed, 350-450 ms later on an overloaded one.
     static constexpr std::chrono::milliseconds kGrace{1000};
+    // How long a participant being authenticated may hold the window open. Measured on
+    // loopback (load average 4-5): authentication ends 30-50 ms after discovery, or about 1 s
+    // after it when Fast DDS repeats the handshake (a third of the pairings), and the readers
+    // follow within 20 ms; the 1 s grace from discovery was then too short.
+    static constexpr std::chrono::milliseconds kAuthenticationLimit{4000};
     static constexpr std::chrono::milliseconds kSettle{30};
     // How long a new writer may wait for its matches to settle.
     static constexpr std::chrono::milliseconds kSettleLimit{300};
+    // The same for an authenticating participant: its writer matches a reader only once the
+    // participants have authenticated each other and exchanged the endpoints' keys (measured
+    // on loopback: 1 secured pairing in 4 took longer than kSettleLimit, and lost issue 0).
+    static constexpr std::chrono::milliseconds kSecuredSettleLimit{2000};
 
     // Right before the Fast DDS participant is enabled: listens to its discovery, passes
     // each new participant on to `repair` and every discovery event to `diagnostics`, and
@@ -73,6 +89,10 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
     // another participant is known, or the window ends; a participant discovered in the
     // window keeps it open until kGrace after its discovery. True when a reader is known.
     bool await_remote_reader(const std::string& topic, const std::string& type);
+    // How long a writer created now may wait for its matches to settle.
+    std::chrono::milliseconds settle_limit() const {
+        return secured_ ? kSecuredSettleLimit : kSettleLimit;
+    }
 
     void on_participant_discovery(
         eprosima::fastdds::dds::DomainParticipant*,
@@ -81,6 +101,10 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
                                  eprosima::fastrtps::rtps::ReaderDiscoveryInfo&& info) override;
     void on_publisher_discovery(eprosima::fastdds::dds::DomainParticipant*,
                                 eprosima::fastrtps::rtps::WriterDiscoveryInfo&& info) override;
+    // The one participant listener also carries the authentication report.
+    void onParticipantAuthentication(
+        eprosima::fastdds::dds::DomainParticipant*,
+        eprosima::fastrtps::rtps::ParticipantAuthenticationInfo&& info) override;
 
   private:
     bool remote_reader_known(const std::string& topic, const std::string& type) const;
@@ -89,11 +113,14 @@ class DiscoveryRendezvous : public eprosima::fastdds::dds::DomainParticipantList
 
     AnnouncementRepair* repair_ = nullptr;           // set before discovery starts
     ParticipantDiagnostics* diagnostics_ = nullptr;  // likewise
-    mutable std::mutex mutex_;                       // everything below
+    AuthenticationReport authentication_;
+    bool secured_ = false;      // likewise
+    mutable std::mutex mutex_;  // everything below
     std::condition_variable discovered_;
     Clock::time_point window_end_;
     eprosima::fastrtps::rtps::GuidPrefix_t own_;
-    // The participants discovered in the window, and when; emptied after it.
+    // The participants discovered in the window, and until when each holds it open; emptied
+    // after it.
     std::map<eprosima::fastrtps::rtps::GuidPrefix_t, Clock::time_point> participants_;
     // The readers discovered in the window, their topic and type; emptied after it.
     std::map<eprosima::fastrtps::rtps::GUID_t, std::pair<std::string, std::string>> readers_;
