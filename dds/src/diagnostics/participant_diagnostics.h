@@ -63,6 +63,11 @@ class ParticipantDiagnostics {
     void participant_event(const eprosima::fastrtps::rtps::ParticipantDiscoveryInfo& info);
     void reader_event(const eprosima::fastrtps::rtps::ReaderDiscoveryInfo& info);
     void writer_event(const eprosima::fastrtps::rtps::WriterDiscoveryInfo& info);
+    // Whether participants and endpoints are described (verbosity 3 and up); endpoints need
+    // not be passed on otherwise.
+    static bool described() {
+        return log_enabled(LogKind::Info) || log_enabled(LogKind::RemoteInfo);
+    }
     // A local endpoint was created: describes it and compares it with the remote ones known.
     void local_endpoint(const EndpointFacts& facts);
     // A local reader matched (or unmatched) a writer, and the first sample from a writer it
@@ -88,10 +93,6 @@ class ParticipantDiagnostics {
     void report_tag(const EndpointFacts& remote);
     void describe_participant(const eprosima::fastrtps::rtps::GuidPrefix_t& own,
                               const ProcessResources& added);
-    // Whether this participant and its endpoints are described (verbosity 3 and up).
-    static bool described() {
-        return log_enabled(LogKind::Info) || log_enabled(LogKind::RemoteInfo);
-    }
     void describe_local(const EndpointFacts& facts);
     void describe_remote(const eprosima::fastrtps::rtps::ParticipantProxyData& data,
                          const char* event);

@@ -57,7 +57,9 @@ qordds::UntypedDataWriter* make_writer(DDSPublisher::Impl& publisher,
         type->plugin.type_support->destroy_datawriterI(typed);
         return nullptr;
     }
-    participant.diagnostics.local_endpoint(qordds::facts_of(*writer->fast()));
+    if (qordds::ParticipantDiagnostics::described()) {
+        participant.diagnostics.local_endpoint(qordds::facts_of(*writer->fast()));
+    }
     return writer.release();
 }
 

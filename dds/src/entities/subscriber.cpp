@@ -98,13 +98,17 @@ DDSDataReader* DDSSubscriber::create_datareader(DDSTopicDescription* description
         return nullptr;
     }
     reader->set_typed(typed);
-    reader->report_arrivals_to(&participant->diagnostics);
+    if (qordds::log_enabled(qordds::LogKind::RemoteInfo)) {
+        reader->report_arrivals_to(&participant->diagnostics);
+    }
     if (!reader->attach(impl_->fast, topic->impl()->fast, fast_qos)) {
         qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the reader");
         type->plugin.type_support->destroy_datareaderI(typed);
         return nullptr;
     }
-    participant->diagnostics.local_endpoint(qordds::facts_of(*reader->fast()));
+    if (qordds::ParticipantDiagnostics::described()) {
+        participant->diagnostics.local_endpoint(qordds::facts_of(*reader->fast()));
+    }
     topic->impl()->endpoints += 1;
     impl_->readers.push_back(reader.release());
     return typed;
