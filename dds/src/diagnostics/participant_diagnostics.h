@@ -70,6 +70,8 @@ class ParticipantDiagnostics {
     }
     // A local endpoint was created: describes it and compares it with the remote ones known.
     void local_endpoint(const EndpointFacts& facts);
+    // A local endpoint is being deleted.
+    void local_endpoint_gone(const eprosima::fastrtps::rtps::GUID_t& guid);
     // A local reader matched (or unmatched) a writer, and the first sample from a writer it
     // matched arrived.
     void writer_matched(const eprosima::fastrtps::rtps::GUID_t& reader,

@@ -166,6 +166,9 @@ DDS_ReturnCode_t DDSPublisher::delete_datawriter(DDSDataWriter* writer) {
                     "the writer does not belong to this publisher");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
+    if (found->fast() != nullptr) {
+        participant->diagnostics.local_endpoint_gone(found->fast()->guid());
+    }
     qordds::remove(impl_->writers, found);
     return qordds::destroy_writer(found);
 }

@@ -132,6 +132,9 @@ DDS_ReturnCode_t DDSSubscriber::delete_datareader(DDSDataReader* reader) {
         qordds::log(qordds::LogKind::Error, context, "the reader has loans outstanding");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
+    if (found->fast() != nullptr) {
+        participant->diagnostics.local_endpoint_gone(found->fast()->guid());
+    }
     qordds::remove(impl_->readers, found);
     return qordds::destroy_reader(found);
 }
