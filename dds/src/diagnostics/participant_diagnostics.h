@@ -13,11 +13,19 @@
 // At verbosity 2 (warnings): one warning when no remote participant has been found 5 s after
 // enable, naming how discovery announces this participant.
 //
+// Two processes on one host whose /dev/shm differ (two containers, two mount namespaces):
+// with shared memory as their only transport they never find each other, since Fast DDS's
+// discovery goes through /dev/shm too; the warning says so. With UDP as well they find each
+// other, but Fast DDS keeps only the shared-memory locators of a participant with its own host
+// id, so their endpoints never match; the remote participant's line says so, told by its
+// shared-memory port, which is missing from this /dev/shm or is this participant's own.
+//
 // The discovery callbacks come from Fast DDS's threads, endpoint creation from the
 // application's; a mutex orders them, and each line is written under it.
 #ifndef QOR_DDS_SRC_DIAGNOSTICS_PARTICIPANT_DIAGNOSTICS_H
 #define QOR_DDS_SRC_DIAGNOSTICS_PARTICIPANT_DIAGNOSTICS_H
 
+#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <mutex>
