@@ -298,7 +298,14 @@ std::string ParticipantDiagnostics::alone_warning() const {
                   "does not pass, name the other host with -peer",
                   domain_, seconds, udpv4 ? kUdpv4Group : kUdpv6Group, ports.metatraffic_multicast,
                   udpv4 ? transports_.udpv4.multicast_ttl : transports_.udpv6.multicast_ttl);
-    return text;
+    if (peers_.empty()) {
+        return text;
+    }
+    std::string peers;
+    for (const std::string& peer : peers_) {
+        peers += (peers.empty() ? "" : ", ") + peer;
+    }
+    return std::string(text) + " (the initial peers " + peers + " did not answer either)";
 }
 
 }  // namespace qordds

@@ -251,6 +251,14 @@ void ParticipantDiagnostics::local_endpoint(const EndpointFacts& facts) {
     }
 }
 
+void ParticipantDiagnostics::local_endpoint_gone(const frtps::GUID_t& guid) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    locals_.erase(guid_text(guid));
+    for (auto it = silent_.begin(); it != silent_.end();) {
+        it = it->first.first == guid ? silent_.erase(it) : std::next(it);
+    }
+}
+
 void ParticipantDiagnostics::remote_endpoint(const EndpointFacts& remote, bool changed) {
     remotes_[remote.guid] = remote;
     for (const auto& local : locals_) {

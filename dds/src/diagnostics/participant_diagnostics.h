@@ -13,11 +13,19 @@
 // At verbosity 2 (warnings): one warning when no remote participant has been found 5 s after
 // enable, naming how discovery announces this participant.
 //
+// Two processes on one host whose /dev/shm differ (two containers, two mount namespaces):
+// with shared memory as their only transport they never find each other, since Fast DDS's
+// discovery goes through /dev/shm too; the warning says so. With UDP as well they find each
+// other, but Fast DDS keeps only the shared-memory locators of a participant with its own host
+// id, so their endpoints never match; the remote participant's line says so, told by its
+// shared-memory port, which is missing from this /dev/shm or is this participant's own.
+//
 // The discovery callbacks come from Fast DDS's threads, endpoint creation from the
 // application's; a mutex orders them, and each line is written under it.
 #ifndef QOR_DDS_SRC_DIAGNOSTICS_PARTICIPANT_DIAGNOSTICS_H
 #define QOR_DDS_SRC_DIAGNOSTICS_PARTICIPANT_DIAGNOSTICS_H
 
+#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -63,8 +71,15 @@ class ParticipantDiagnostics {
     void participant_event(const eprosima::fastrtps::rtps::ParticipantDiscoveryInfo& info);
     void reader_event(const eprosima::fastrtps::rtps::ReaderDiscoveryInfo& info);
     void writer_event(const eprosima::fastrtps::rtps::WriterDiscoveryInfo& info);
+    // Whether participants and endpoints are described (verbosity 3 and up); endpoints need
+    // not be passed on otherwise.
+    static bool described() {
+        return log_enabled(LogKind::Info) || log_enabled(LogKind::RemoteInfo);
+    }
     // A local endpoint was created: describes it and compares it with the remote ones known.
     void local_endpoint(const EndpointFacts& facts);
+    // A local endpoint is being deleted.
+    void local_endpoint_gone(const eprosima::fastrtps::rtps::GUID_t& guid);
     // A local reader matched (or unmatched) a writer, and the first sample from a writer it
     // matched arrived.
     void writer_matched(const eprosima::fastrtps::rtps::GUID_t& reader,
@@ -88,10 +103,6 @@ class ParticipantDiagnostics {
     void report_tag(const EndpointFacts& remote);
     void describe_participant(const eprosima::fastrtps::rtps::GuidPrefix_t& own,
                               const ProcessResources& added);
-    // Whether this participant and its endpoints are described (verbosity 3 and up).
-    static bool described() {
-        return log_enabled(LogKind::Info) || log_enabled(LogKind::RemoteInfo);
-    }
     void describe_local(const EndpointFacts& facts);
     void describe_remote(const eprosima::fastrtps::rtps::ParticipantProxyData& data,
                          const char* event);

@@ -58,7 +58,9 @@ qordds::UntypedDataWriter* make_writer(DDSPublisher::Impl& publisher,
         type->plugin.type_support->destroy_datawriterI(typed);
         return nullptr;
     }
-    participant.diagnostics.local_endpoint(qordds::facts_of(*writer->fast()));
+    if (qordds::ParticipantDiagnostics::described()) {
+        participant.diagnostics.local_endpoint(qordds::facts_of(*writer->fast()));
+    }
     return writer.release();
 }
 
@@ -164,6 +166,9 @@ DDS_ReturnCode_t DDSPublisher::delete_datawriter(DDSDataWriter* writer) {
         qordds::log(qordds::LogKind::Error, "DDSPublisher::delete_datawriter",
                     "the writer does not belong to this publisher");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    if (found->fast() != nullptr) {
+        participant->diagnostics.local_endpoint_gone(found->fast()->guid());
     }
     qordds::remove(impl_->writers, found);
     return qordds::destroy_writer(found);

@@ -99,13 +99,17 @@ DDSDataReader* DDSSubscriber::create_datareader(DDSTopicDescription* description
         return nullptr;
     }
     reader->set_typed(typed);
-    reader->report_arrivals_to(&participant->diagnostics);
+    if (qordds::log_enabled(qordds::LogKind::RemoteInfo)) {
+        reader->report_arrivals_to(&participant->diagnostics);
+    }
     if (!reader->attach(impl_->fast, qordds::impl_of(topic)->fast, fast_qos)) {
         qordds::log(qordds::LogKind::Error, context, "Fast DDS refused the reader");
         type->plugin.type_support->destroy_datareaderI(typed);
         return nullptr;
     }
-    participant->diagnostics.local_endpoint(qordds::facts_of(*reader->fast()));
+    if (qordds::ParticipantDiagnostics::described()) {
+        participant->diagnostics.local_endpoint(qordds::facts_of(*reader->fast()));
+    }
     qordds::impl_of(topic)->endpoints += 1;
     impl_->readers.push_back(reader.release());
     return typed;
@@ -128,6 +132,9 @@ DDS_ReturnCode_t DDSSubscriber::delete_datareader(DDSDataReader* reader) {
     if (found->has_outstanding_loans()) {
         qordds::log(qordds::LogKind::Error, context, "the reader has loans outstanding");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    if (found->fast() != nullptr) {
+        participant->diagnostics.local_endpoint_gone(found->fast()->guid());
     }
     qordds::remove(impl_->readers, found);
     return qordds::destroy_reader(found);

@@ -67,6 +67,31 @@ TEST_F(Logger, VerbosityMaskLetsEachKindThrough) {
     }
 }
 
+// What the binding learns of other participants needs the remote-information bit, and
+// log_enabled() tells the same as what comes out.
+TEST_F(Logger, RemoteInfoNeedsItsOwnBit) {
+    const struct {
+        int mask;
+        std::string output;
+        bool info, remote;
+    } cases[] = {
+        {0x07, "", false, false},
+        {0x0F, "INFO [ctx] I\n", true, false},
+        {0x1F, "INFO [ctx] I\nINFO [discovery] R\n", true, true},
+        {0x3F, "INFO [ctx] I\nINFO [discovery] R\n", true, true},
+    };
+    for (const auto& c : cases) {
+        logger->set_verbosity(c.mask);
+        EXPECT_EQ(c.output, captureStdout([] {
+                      qordds::log(qordds::LogKind::Info, "ctx", "%s", "I");
+                      qordds::log(qordds::LogKind::RemoteInfo, "discovery", "%s", "R");
+                  }))
+            << c.mask;
+        EXPECT_EQ(c.info, qordds::log_enabled(qordds::LogKind::Info)) << c.mask;
+        EXPECT_EQ(c.remote, qordds::log_enabled(qordds::LogKind::RemoteInfo)) << c.mask;
+    }
+}
+
 TEST_F(Logger, PrintFormatSelectsTheFields) {
     const struct {
         int format;
