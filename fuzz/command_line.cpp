@@ -11,7 +11,9 @@
 // the environment, every command line that parses goes on to create (and enable) the
 // participant from the profiles and options, and delete it again: the QoS file named by
 // -qosFile, the profile selection, the transport and size checks. That mode opens sockets and
-// shared memory, so it runs on a private host only (tools/fuzz runs every target there).
+// shared memory, so it runs on a private host only (tools/fuzz runs every target there); and it
+// cannot run long, as Fast DDS numbers the automatic participants of a process upward and ends
+// the process once the ports of that number overflow (after 62 participants of domain 232).
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
