@@ -196,28 +196,18 @@ void ParticipantDiagnostics::participant_event(const frtps::ParticipantDiscovery
 }
 
 void ParticipantDiagnostics::reader_event(const frtps::ReaderDiscoveryInfo& info) {
-    if (!log_enabled(LogKind::RemoteInfo)) {
-        return;
-    }
-    EndpointFacts facts = facts_of(info.info);
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (info.info.guid().guidPrefix == own_) {
-        return;
-    }
-    switch (info.status) {
-        case frtps::ReaderDiscoveryInfo::DISCOVERED_READER:
-            remote_endpoint(facts, false);
-            break;
-        case frtps::ReaderDiscoveryInfo::CHANGED_QOS_READER:
-            remote_endpoint(facts, true);
-            break;
-        default:
-            remotes_.erase(facts.guid);
-            break;
-    }
+    endpoint_event(info, frtps::ReaderDiscoveryInfo::DISCOVERED_READER,
+                   frtps::ReaderDiscoveryInfo::CHANGED_QOS_READER);
 }
 
 void ParticipantDiagnostics::writer_event(const frtps::WriterDiscoveryInfo& info) {
+    endpoint_event(info, frtps::WriterDiscoveryInfo::DISCOVERED_WRITER,
+                   frtps::WriterDiscoveryInfo::CHANGED_QOS_WRITER);
+}
+
+// Readers and writers come with their own info and status types but are told alike.
+template <class Info, class Status>
+void ParticipantDiagnostics::endpoint_event(const Info& info, Status discovered, Status changed) {
     if (!log_enabled(LogKind::RemoteInfo)) {
         return;
     }
@@ -226,16 +216,10 @@ void ParticipantDiagnostics::writer_event(const frtps::WriterDiscoveryInfo& info
     if (info.info.guid().guidPrefix == own_) {
         return;
     }
-    switch (info.status) {
-        case frtps::WriterDiscoveryInfo::DISCOVERED_WRITER:
-            remote_endpoint(facts, false);
-            break;
-        case frtps::WriterDiscoveryInfo::CHANGED_QOS_WRITER:
-            remote_endpoint(facts, true);
-            break;
-        default:
-            remotes_.erase(facts.guid);
-            break;
+    if (info.status == discovered || info.status == changed) {
+        remote_endpoint(facts, info.status == changed);
+    } else {
+        remotes_.erase(facts.guid);
     }
 }
 

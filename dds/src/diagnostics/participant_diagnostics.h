@@ -98,6 +98,8 @@ class ParticipantDiagnostics {
         Clock::time_point until;  // when its silence is reported
     };
 
+    template <class Info, class Status>
+    void endpoint_event(const Info& info, Status discovered, Status changed);
     void remote_endpoint(const EndpointFacts& remote, bool changed);
     void compare(const EndpointFacts& local, const EndpointFacts& remote);
     void report_tag(const EndpointFacts& remote);
