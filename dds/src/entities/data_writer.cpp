@@ -120,9 +120,14 @@ bool UntypedDataWriter::attach(fdds::Publisher* publisher, fdds::Topic* topic,
                 e.what());
         }
     }
-    waits_for_acknowledgements_ = qos.reliability().kind == fdds::RELIABLE_RELIABILITY_QOS &&
-                                  qos.history().kind == fdds::KEEP_ALL_HISTORY_QOS;
+    bool reliable = qos.reliability().kind == fdds::RELIABLE_RELIABILITY_QOS;
+    waits_for_acknowledgements_ = reliable;
+    fast_waits_for_room_ = reliable && qos.history().kind == fdds::KEEP_ALL_HISTORY_QOS;
+    if (reliable && qos.history().kind == fdds::KEEP_LAST_HISTORY_QOS && qos.history().depth > 0) {
+        window_.reset(new SendWindow(qos.history().depth));
+    }
     const eprosima::fastrtps::Duration_t& blocking = qos.reliability().max_blocking_time;
+    fast_max_blocking_time_ = blocking;
     max_blocking_time_ = blocking == eprosima::fastrtps::c_TimeInfinite
                              ? std::chrono::nanoseconds::max()
                              : std::chrono::nanoseconds(blocking.to_ns());
@@ -182,9 +187,24 @@ DDS_ReturnCode_t checked(const char* context, const fdds::DataWriter* writer, co
 
 }  // namespace
 
+// Waits for the acknowledgements of the instance's window once it is full; the operation
+// goes ahead after the wait whatever its outcome (see send_window.h).
+void UntypedDataWriter::wait_for_room(void* sample, const DDS_InstanceHandle_t& handle) {
+    DDS_InstanceHandle_t instance = instance_of(sample, handle);
+    if (!window_->full_before(instance)) {
+        return;
+    }
+    if (plugin_.instance_to_keyhash == nullptr) {
+        fast_->wait_for_acknowledgments(fast_max_blocking_time_);
+    } else {
+        fast_->wait_for_acknowledgments(sample, to_fast(handle), fast_max_blocking_time_);
+    }
+}
+
 // A timeout that comes too early is tried once more (see send_window.h).
 template <class Operation>
 DDS_ReturnCode_t UntypedDataWriter::guarded(const char* context, const void* sample,
+                                            const DDS_InstanceHandle_t& handle,
                                             Operation operation) {
     DDS_ReturnCode_t result = checked(context, fast_, sample);
     if (result != DDS_RETCODE_OK) {
@@ -192,9 +212,11 @@ DDS_ReturnCode_t UntypedDataWriter::guarded(const char* context, const void* sam
     }
     auto start = std::chrono::steady_clock::now();
     try {
+        if (window_ != nullptr) {
+            wait_for_room(const_cast<void*>(sample), handle);
+        }
         result = static_cast<DDS_ReturnCode_t>(operation(const_cast<void*>(sample))());
-        if (is_early_send_window_timeout(result, waits_for_acknowledgements_, start,
-                                         max_blocking_time_)) {
+        if (is_early_send_window_timeout(result, fast_waits_for_room_, start, max_blocking_time_)) {
             result = static_cast<DDS_ReturnCode_t>(operation(const_cast<void*>(sample))());
         }
     } catch (const std::exception& e) {
@@ -207,7 +229,7 @@ DDS_ReturnCode_t UntypedDataWriter::guarded(const char* context, const void* sam
 DDS_ReturnCode_t UntypedDataWriter::write_untyped(const void* sample,
                                                   const DDS_InstanceHandle_t& handle) {
     fdds::InstanceHandle_t fast_handle = to_fast(handle);
-    DDS_ReturnCode_t result = guarded("DDSDataWriter::write", sample,
+    DDS_ReturnCode_t result = guarded("DDSDataWriter::write", sample, handle,
                                       [&](void* data) { return fast_->write(data, fast_handle); });
     if (result == DDS_RETCODE_OK && deadline_ != nullptr) {
         deadline_->written(instance_of(sample, handle));
@@ -218,7 +240,7 @@ DDS_ReturnCode_t UntypedDataWriter::write_untyped(const void* sample,
 DDS_ReturnCode_t UntypedDataWriter::dispose_untyped(const void* sample,
                                                     const DDS_InstanceHandle_t& handle) {
     fdds::InstanceHandle_t fast_handle = to_fast(handle);
-    DDS_ReturnCode_t result = guarded("DDSDataWriter::dispose", sample, [&](void* data) {
+    DDS_ReturnCode_t result = guarded("DDSDataWriter::dispose", sample, handle, [&](void* data) {
         return fast_->dispose(data, fast_handle);
     });
     if (result == DDS_RETCODE_OK && deadline_ != nullptr) {
@@ -231,7 +253,7 @@ DDS_ReturnCode_t UntypedDataWriter::unregister_instance_untyped(
     const void* sample, const DDS_InstanceHandle_t& handle) {
     fdds::InstanceHandle_t fast_handle = to_fast(handle);
     DDS_ReturnCode_t result =
-        guarded("DDSDataWriter::unregister_instance", sample,
+        guarded("DDSDataWriter::unregister_instance", sample, handle,
                 [&](void* data) { return fast_->unregister_instance(data, fast_handle); });
     if (result == DDS_RETCODE_OK && deadline_ != nullptr) {
         deadline_->unregistered(instance_of(sample, handle));

@@ -16,6 +16,7 @@
 #include "qordds/topic.h"
 #include "workarounds/deadline_watch.h"
 #include "workarounds/discovery_rendezvous.h"
+#include "workarounds/send_window.h"
 
 namespace qordds {
 
@@ -71,7 +72,10 @@ class UntypedDataWriter : public DDSDataWriter {
 
     // Runs a write, dispose or unregistration on the Fast DDS writer.
     template <class Operation>
-    DDS_ReturnCode_t guarded(const char* context, const void* sample, Operation operation);
+    DDS_ReturnCode_t guarded(const char* context, const void* sample,
+                             const DDS_InstanceHandle_t& handle, Operation operation);
+    // With a send window: waits, boundedly, when the sample's instance has a full window.
+    void wait_for_room(void* sample, const DDS_InstanceHandle_t& handle);
 
     DDSTopic* topic_;
     DDSTypePlugin plugin_;
@@ -84,8 +88,11 @@ class UntypedDataWriter : public DDSDataWriter {
     std::shared_ptr<MatchWatch> matches_;
     std::unique_ptr<Bridge> bridge_;
     std::unique_ptr<DeadlineWatch> deadline_;  // with a finite deadline only
-    bool waits_for_acknowledgements_ = false;
+    std::unique_ptr<SendWindow> window_;       // reliable KEEP_LAST writers only
+    bool waits_for_acknowledgements_ = false;  // reliable writers
+    bool fast_waits_for_room_ = false;         // reliable KEEP_ALL writers
     std::chrono::nanoseconds max_blocking_time_{0};
+    eprosima::fastrtps::Duration_t fast_max_blocking_time_;
 };
 
 }  // namespace qordds

@@ -138,22 +138,11 @@ void set_resource_limits(const DDS_ResourceLimitsQosPolicy& limits,
     }
 }
 
-// A reliable KEEP_LAST writer of Fast DDS makes room for a new sample by dropping the
-// instance's oldest one, acknowledged or not, so a burst silently overruns a reader that has
-// not caught up. Here a reliable writer keeps at most `depth` unacknowledged samples per
-// instance instead, like a send window: Fast DDS's KEEP_ALL history, capped at `depth` samples
-// per instance, makes write() wait (up to reliability.max_blocking_time, then
-// DDS_RETCODE_TIMEOUT) until the oldest sample is acknowledged by every matched reliable
-// reader, and then drops it. What the writer keeps is what KEEP_LAST keeps: acknowledged
-// samples make room at once, so with no reader (or only best-effort ones) write() never
-// waits, and a TRANSIENT_LOCAL writer still holds the last `depth` samples of each instance
-// for readers that match later. The history kind is not announced on the wire, so remote
-// endpoints see no difference. Fast DDS caps an unkeyed KEEP_ALL history by max_samples
-// alone, hence the cap there.
+// A reliable KEEP_LAST writer keeps a send window of `depth` samples per instance in the
+// binding (see send_window.h); Fast DDS's history stays KEEP_LAST, and its resource limits
+// make room for `depth` samples per instance (for an unkeyed type, in all).
 void keep_last_as_send_window(int32_t depth, bool keyed, fdds::DataWriterQos& fast) {
     fdds::ResourceLimitsQosPolicy& limits = fast.resource_limits();
-    fast.history().kind = fdds::KEEP_ALL_HISTORY_QOS;
-    fast.history().depth = depth;
     limits.max_samples_per_instance = depth;
     if (!keyed) {
         limits.max_samples = depth;

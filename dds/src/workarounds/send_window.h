@@ -1,26 +1,72 @@
-// Binding-internal: a write that Fast DDS 2.9 gives up on too early when the send window is
-// full.
+// Binding-internal: the send window of a reliable KEEP_LAST writer, and a write that Fast DDS
+// 2.9 gives up on too early when its own KEEP_ALL history is full.
 //
-// A reliable writer whose window is full waits in Fast DDS for acknowledgements. When they
-// empty a VOLATILE writer's history while it waits, Fast DDS 2.9 wakes up, finds no sample
-// left to drop and gives up with a timeout although there is room now; the sample is not
-// written. Such a timeout comes before max_blocking_time has passed, so it is tried once
-// more, which then finds the room. A real timeout comes at max_blocking_time and stays.
+// A reliable KEEP_LAST writer of Fast DDS makes room for a new sample by dropping the
+// instance's oldest one at once, acknowledged or not, so a burst silently overruns a reader
+// that has not caught up. Fast DDS's KEEP_ALL history waits for acknowledgements instead, but
+// gives up after max_blocking_time without writing the sample at all: a reader that is merely
+// slow to acknowledge (a late joiner still starting up, a process starved of CPU for 100 ms)
+// then costs the writer samples that every reader would have received, since they were
+// already on their way. So a reliable KEEP_LAST writer stays KEEP_LAST in Fast DDS, and the
+// binding keeps a window of `depth` samples per instance in front of it: once an instance has
+// had `depth` samples written since the writer last waited, the next write first waits, up
+// to max_blocking_time, until all of them are acknowledged, and then writes in any case,
+// dropping the oldest as KEEP_LAST does. A burst thus runs at the pace of its readers, and a
+// write never fails because a reader lags.
+//
+// Writers configured KEEP_ALL keep Fast DDS's own wait. When the acknowledgements empty a
+// VOLATILE writer's history while it waits, Fast DDS 2.9 wakes up, finds no sample left to
+// drop and gives up with a timeout although there is room now. Such a timeout comes before
+// max_blocking_time has passed, so it is tried once more, which then finds the room. A real
+// timeout comes at max_blocking_time and stays.
 #ifndef QOR_DDS_SRC_SEND_WINDOW_H
 #define QOR_DDS_SRC_SEND_WINDOW_H
 
+#include <array>
 #include <chrono>
+#include <cstring>
+#include <map>
+#include <mutex>
 
 #include "qordds/types.h"
 
 namespace qordds {
 
-// True for a timeout that a writer waiting for acknowledgements got before max_blocking_time
+// Counts the samples written to each instance since the writer last waited for it.
+class SendWindow {
+  public:
+    explicit SendWindow(int32_t depth) : depth_(depth) {}
+
+    // Counts one more sample of `instance`. True when `depth` samples were counted before it:
+    // the writer is to wait for their acknowledgement before it writes this one, which then
+    // opens a new window.
+    bool full_before(const DDS_InstanceHandle_t& instance) {
+        Key key;
+        std::memcpy(key.data(), instance.value, key.size());
+        std::lock_guard<std::mutex> lock(mutex_);
+        int32_t& written = written_[key];
+        if (written < depth_) {
+            ++written;
+            return false;
+        }
+        written = 1;
+        return true;
+    }
+
+  private:
+    using Key = std::array<unsigned char, sizeof(DDS_InstanceHandle_t::value)>;
+
+    const int32_t depth_;
+    std::mutex mutex_;
+    std::map<Key, int32_t> written_;
+};
+
+// True for a timeout that a KEEP_ALL writer waiting for room got before max_blocking_time
 // had passed since `start`: the operation is to be tried once more.
-inline bool is_early_send_window_timeout(DDS_ReturnCode_t result, bool waits_for_acknowledgements,
+inline bool is_early_send_window_timeout(DDS_ReturnCode_t result, bool waits_for_room,
                                          std::chrono::steady_clock::time_point start,
                                          std::chrono::nanoseconds max_blocking_time) {
-    return result == DDS_RETCODE_TIMEOUT && waits_for_acknowledgements &&
+    return result == DDS_RETCODE_TIMEOUT && waits_for_room &&
            std::chrono::steady_clock::now() - start < max_blocking_time;
 }
 

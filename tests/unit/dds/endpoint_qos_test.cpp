@@ -60,17 +60,17 @@ TEST(EndpointQos, HistoryLimitsAndFilterThatDdsOrFastDdsRefuseFailCleanly) {
     DDSLogger::get_instance()->set_verbosity(DDS_LOG_VERBOSITY_ERROR);
 }
 
-// Reliable KEEP_LAST writers hold at most `depth` unacknowledged samples per instance: Fast
-// DDS's KEEP_ALL capped per instance (and in all, for an unkeyed type).
-TEST(EndpointQos, ReliableKeepLastWritersBecomeASendWindowOfTheDepth) {
+// Reliable KEEP_LAST writers stay KEEP_LAST, with room for `depth` samples per instance (and
+// in all, for an unkeyed type); the binding's send window stands in front of them.
+TEST(EndpointQos, ReliableKeepLastWritersHaveRoomForTheirWindow) {
     const struct {
         bool reliable, keep_last, keyed;
         int32_t max_samples;  // the binding's limit
         const char* fast;     // history kind, depth, max samples, max samples per instance
     } cases[] = {
-        {true, true, false, DDS_LENGTH_UNLIMITED, "all 1000 1000 1000"},  // unkeyed: capped in all
-        {true, true, true, DDS_LENGTH_UNLIMITED, "all 1000 0 1000"},
-        {true, true, true, 5000, "all 1000 5000 1000"},
+        {true, true, false, DDS_LENGTH_UNLIMITED, "last 1000 1000 1000"},  // unkeyed: capped in all
+        {true, true, true, DDS_LENGTH_UNLIMITED, "last 1000 0 1000"},
+        {true, true, true, 5000, "last 1000 5000 1000"},
         {false, true, false, DDS_LENGTH_UNLIMITED, "last 1000 0 0"},  // best effort: untouched
         {true, false, false, DDS_LENGTH_UNLIMITED, "all 1 0 0"},      // keep all: untouched
     };
