@@ -95,41 +95,44 @@ bool read_cdr(frtps::SerializedPayload_t* payload, Fields fields) {
     return true;
 }
 
-// One unsigned 32-bit number in plain CDR, as small as qorddsping's unkeyed sample.
-class BarePingType : public fdds::TopicDataType {
+// A type whose samples are `Sample`, `size` bytes in plain CDR with the encapsulation header;
+// its subclass serializes them.
+template <class Sample>
+class BareType : public fdds::TopicDataType {
   public:
-    BarePingType() {
-        setName("BarePingType");
-        m_typeSize = 4 + 4;
-        m_isGetKeyDefined = false;
+    BareType(const char* name, uint32_t size, bool keyed) {
+        setName(name);
+        m_typeSize = size;
+        m_isGetKeyDefined = keyed;
         auto_fill_type_object(false);
         auto_fill_type_information(false);
     }
+    std::function<uint32_t()> getSerializedSizeProvider(void*) override {
+        uint32_t size = m_typeSize;
+        return [size] { return size; };
+    }
+    void* createData() override { return new Sample(); }
+    void deleteData(void* data) override { delete static_cast<Sample*>(data); }
+};
+
+// One unsigned 32-bit number in plain CDR, as small as qorddsping's unkeyed sample.
+class BarePingType : public BareType<uint32_t> {
+  public:
+    BarePingType() : BareType("BarePingType", 4 + 4, false) {}
     bool serialize(void* data, frtps::SerializedPayload_t* payload) override {
         return write_cdr(payload, [&](Cdr& cdr) { cdr << *static_cast<uint32_t*>(data); });
     }
     bool deserialize(frtps::SerializedPayload_t* payload, void* data) override {
         return read_cdr(payload, [&](Cdr& cdr) { cdr >> *static_cast<uint32_t*>(data); });
     }
-    std::function<uint32_t()> getSerializedSizeProvider(void*) override {
-        return [] { return 8u; };
-    }
-    void* createData() override { return new uint32_t(0); }
-    void deleteData(void* data) override { delete static_cast<uint32_t*>(data); }
     bool getKey(void*, frtps::InstanceHandle_t*, bool) override { return false; }
 };
 
 // { key, number } in plain CDR, the key the instance's identity: its hash is the big-endian
 // key, as in qorddsping's keyed sample.
-class BareKeyedPingType : public fdds::TopicDataType {
+class BareKeyedPingType : public BareType<KeyedSample> {
   public:
-    BareKeyedPingType() {
-        setName("BareKeyedPingType");
-        m_typeSize = 4 + 8;
-        m_isGetKeyDefined = true;
-        auto_fill_type_object(false);
-        auto_fill_type_information(false);
-    }
+    BareKeyedPingType() : BareType("BareKeyedPingType", 4 + 8, true) {}
     bool serialize(void* data, frtps::SerializedPayload_t* payload) override {
         const auto* sample = static_cast<KeyedSample*>(data);
         return write_cdr(payload, [&](Cdr& cdr) { cdr << sample->key << sample->number; });
@@ -138,11 +141,6 @@ class BareKeyedPingType : public fdds::TopicDataType {
         auto* sample = static_cast<KeyedSample*>(data);
         return read_cdr(payload, [&](Cdr& cdr) { cdr >> sample->key >> sample->number; });
     }
-    std::function<uint32_t()> getSerializedSizeProvider(void*) override {
-        return [] { return 12u; };
-    }
-    void* createData() override { return new KeyedSample(); }
-    void deleteData(void* data) override { delete static_cast<KeyedSample*>(data); }
     bool getKey(void* data, frtps::InstanceHandle_t* handle, bool) override {
         uint32_t key = static_cast<uint32_t>(static_cast<KeyedSample*>(data)->key);
         for (int i = 0; i < 16; ++i) {

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "figures.h"
 #include "spawn.h"
 
 namespace {
@@ -29,6 +30,8 @@ using bench::Clock;
 using bench::collect;
 using bench::first_at;
 using bench::Line;
+using bench::maximum;
+using bench::median;
 using bench::spawn;
 using Args = std::vector<std::string>;
 
@@ -162,18 +165,6 @@ Outcome pair_once(const std::string& binary, const Transport& transport, Order o
 struct Times {
     std::vector<double> match, first_issue;
 };
-
-double median(std::vector<double> values) {
-    if (values.empty()) {
-        return -1;
-    }
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double maximum(const std::vector<double>& values) {
-    return values.empty() ? -1 : *std::max_element(values.begin(), values.end());
-}
 
 // Runs `runs` pairings of `program`, the three orders in turn, in `jobs` processes at once;
 // returns how many failed, and says why on standard error.

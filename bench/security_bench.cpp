@@ -26,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "figures.h"
 #include "spawn.h"
 
 namespace {
@@ -35,6 +36,9 @@ using bench::Clock;
 using bench::collect;
 using bench::first_at;
 using bench::Line;
+using bench::maximum;
+using bench::median;
+using bench::minimum;
 using bench::spawn;
 using bench::stop;
 using Args = std::vector<std::string>;
@@ -133,22 +137,6 @@ std::string burst_here(const std::string& binary, const Mode& mode, int count) {
     char line[128];
     std::snprintf(line, sizeof line, "%.1f %zu %d", rate, received, signal);
     return line;
-}
-
-double median(std::vector<double> values) {
-    if (values.empty()) {
-        return -1;
-    }
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double maximum(const std::vector<double>& values) {
-    return values.empty() ? -1 : *std::max_element(values.begin(), values.end());
-}
-
-double minimum(const std::vector<double>& values) {
-    return values.empty() ? -1 : *std::min_element(values.begin(), values.end());
 }
 
 struct Figures {
