@@ -70,84 +70,77 @@ struct KeyedSample {
     int32_t number = 0;
 };
 
-// One unsigned 32-bit number in plain CDR, as small as qorddsping's unkeyed sample.
-class BarePingType : public fdds::TopicDataType {
+using eprosima::fastcdr::Cdr;
+
+// Writes `fields` (a function of the Cdr stream) to `payload` as plain CDR behind the
+// encapsulation header, in this machine's byte order.
+template <class Fields>
+bool write_cdr(frtps::SerializedPayload_t* payload, Fields fields) {
+    eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->max_size);
+    Cdr cdr(buffer, Cdr::DEFAULT_ENDIAN, Cdr::DDS_CDR);
+    payload->encapsulation = cdr.endianness() == Cdr::BIG_ENDIANNESS ? CDR_BE : CDR_LE;
+    cdr.serialize_encapsulation();
+    fields(cdr);
+    payload->length = static_cast<uint32_t>(cdr.getSerializedDataLength());
+    return true;
+}
+
+// Reads `fields` from `payload`, in the byte order its encapsulation header gives.
+template <class Fields>
+bool read_cdr(frtps::SerializedPayload_t* payload, Fields fields) {
+    eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->length);
+    Cdr cdr(buffer, Cdr::DEFAULT_ENDIAN, Cdr::DDS_CDR);
+    cdr.read_encapsulation();
+    fields(cdr);
+    return true;
+}
+
+// A type whose samples are `Sample`, `size` bytes in plain CDR with the encapsulation header;
+// its subclass serializes them.
+template <class Sample>
+class BareType : public fdds::TopicDataType {
   public:
-    BarePingType() {
-        setName("BarePingType");
-        m_typeSize = 4 + 4;
-        m_isGetKeyDefined = false;
+    BareType(const char* name, uint32_t size, bool keyed) {
+        setName(name);
+        m_typeSize = size;
+        m_isGetKeyDefined = keyed;
         auto_fill_type_object(false);
         auto_fill_type_information(false);
     }
+    std::function<uint32_t()> getSerializedSizeProvider(void*) override {
+        uint32_t size = m_typeSize;
+        return [size] { return size; };
+    }
+    void* createData() override { return new Sample(); }
+    void deleteData(void* data) override { delete static_cast<Sample*>(data); }
+};
+
+// One unsigned 32-bit number in plain CDR, as small as qorddsping's unkeyed sample.
+class BarePingType : public BareType<uint32_t> {
+  public:
+    BarePingType() : BareType("BarePingType", 4 + 4, false) {}
     bool serialize(void* data, frtps::SerializedPayload_t* payload) override {
-        eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data),
-                                             payload->max_size);
-        eprosima::fastcdr::Cdr cdr(buffer, eprosima::fastcdr::Cdr::DEFAULT_ENDIAN,
-                                   eprosima::fastcdr::Cdr::DDS_CDR);
-        payload->encapsulation =
-            cdr.endianness() == eprosima::fastcdr::Cdr::BIG_ENDIANNESS ? CDR_BE : CDR_LE;
-        cdr.serialize_encapsulation();
-        cdr << *static_cast<uint32_t*>(data);
-        payload->length = static_cast<uint32_t>(cdr.getSerializedDataLength());
-        return true;
+        return write_cdr(payload, [&](Cdr& cdr) { cdr << *static_cast<uint32_t*>(data); });
     }
     bool deserialize(frtps::SerializedPayload_t* payload, void* data) override {
-        eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data),
-                                             payload->length);
-        eprosima::fastcdr::Cdr cdr(buffer, eprosima::fastcdr::Cdr::DEFAULT_ENDIAN,
-                                   eprosima::fastcdr::Cdr::DDS_CDR);
-        cdr.read_encapsulation();
-        cdr >> *static_cast<uint32_t*>(data);
-        return true;
+        return read_cdr(payload, [&](Cdr& cdr) { cdr >> *static_cast<uint32_t*>(data); });
     }
-    std::function<uint32_t()> getSerializedSizeProvider(void*) override {
-        return [] { return 8u; };
-    }
-    void* createData() override { return new uint32_t(0); }
-    void deleteData(void* data) override { delete static_cast<uint32_t*>(data); }
     bool getKey(void*, frtps::InstanceHandle_t*, bool) override { return false; }
 };
 
 // { key, number } in plain CDR, the key the instance's identity: its hash is the big-endian
 // key, as in qorddsping's keyed sample.
-class BareKeyedPingType : public fdds::TopicDataType {
+class BareKeyedPingType : public BareType<KeyedSample> {
   public:
-    BareKeyedPingType() {
-        setName("BareKeyedPingType");
-        m_typeSize = 4 + 8;
-        m_isGetKeyDefined = true;
-        auto_fill_type_object(false);
-        auto_fill_type_information(false);
-    }
+    BareKeyedPingType() : BareType("BareKeyedPingType", 4 + 8, true) {}
     bool serialize(void* data, frtps::SerializedPayload_t* payload) override {
-        eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data),
-                                             payload->max_size);
-        eprosima::fastcdr::Cdr cdr(buffer, eprosima::fastcdr::Cdr::DEFAULT_ENDIAN,
-                                   eprosima::fastcdr::Cdr::DDS_CDR);
-        payload->encapsulation =
-            cdr.endianness() == eprosima::fastcdr::Cdr::BIG_ENDIANNESS ? CDR_BE : CDR_LE;
-        cdr.serialize_encapsulation();
         const auto* sample = static_cast<KeyedSample*>(data);
-        cdr << sample->key << sample->number;
-        payload->length = static_cast<uint32_t>(cdr.getSerializedDataLength());
-        return true;
+        return write_cdr(payload, [&](Cdr& cdr) { cdr << sample->key << sample->number; });
     }
     bool deserialize(frtps::SerializedPayload_t* payload, void* data) override {
-        eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data),
-                                             payload->length);
-        eprosima::fastcdr::Cdr cdr(buffer, eprosima::fastcdr::Cdr::DEFAULT_ENDIAN,
-                                   eprosima::fastcdr::Cdr::DDS_CDR);
-        cdr.read_encapsulation();
         auto* sample = static_cast<KeyedSample*>(data);
-        cdr >> sample->key >> sample->number;
-        return true;
+        return read_cdr(payload, [&](Cdr& cdr) { cdr >> sample->key >> sample->number; });
     }
-    std::function<uint32_t()> getSerializedSizeProvider(void*) override {
-        return [] { return 12u; };
-    }
-    void* createData() override { return new KeyedSample(); }
-    void deleteData(void* data) override { delete static_cast<KeyedSample*>(data); }
     bool getKey(void* data, frtps::InstanceHandle_t* handle, bool) override {
         uint32_t key = static_cast<uint32_t>(static_cast<KeyedSample*>(data)->key);
         for (int i = 0; i < 16; ++i) {
@@ -316,27 +309,26 @@ void set_partitions(fdds::PartitionQosPolicy& partition) {
     partition.push_back("");
 }
 
-// Resource limits unlimited (0 in Fast DDS) on both sides, with Fast DDS's preallocation.
-// A reliable writer keeps its KEEP_LAST depth as a send window: KEEP_ALL capped at `depth`
-// samples per instance (and in all, unkeyed), with a 50 ms heartbeat period. The writer
-// offers its send period as deadline.
-void configure(fdds::DataWriterQos& writer, fdds::DataReaderQos& reader, const Options& options) {
-    auto reliability =
+// What writer and reader share: the reliability asked for, volatile, KEEP_LAST `depth` history,
+// and resource limits unlimited (0 in Fast DDS) with Fast DDS's preallocation.
+template <class Qos>
+void configure_common(Qos& qos, const Options& options) {
+    qos.reliability().kind =
         options.reliable ? fdds::RELIABLE_RELIABILITY_QOS : fdds::BEST_EFFORT_RELIABILITY_QOS;
-    writer.reliability().kind = reliability;
-    reader.reliability().kind = reliability;
-    writer.durability().kind = fdds::VOLATILE_DURABILITY_QOS;
-    reader.durability().kind = fdds::VOLATILE_DURABILITY_QOS;
-    writer.history().kind = fdds::KEEP_LAST_HISTORY_QOS;
-    writer.history().depth = options.depth;
-    reader.history().kind = fdds::KEEP_LAST_HISTORY_QOS;
-    reader.history().depth = options.depth;
-    for (fdds::ResourceLimitsQosPolicy* limits :
-         {&writer.resource_limits(), &reader.resource_limits()}) {
-        limits->max_samples = 0;
-        limits->max_instances = 0;
-        limits->max_samples_per_instance = 0;
-    }
+    qos.durability().kind = fdds::VOLATILE_DURABILITY_QOS;
+    qos.history().kind = fdds::KEEP_LAST_HISTORY_QOS;
+    qos.history().depth = options.depth;
+    qos.resource_limits().max_samples = 0;
+    qos.resource_limits().max_instances = 0;
+    qos.resource_limits().max_samples_per_instance = 0;
+}
+
+// The writer offers its send period as deadline. A reliable writer keeps its KEEP_LAST depth
+// as a send window: KEEP_ALL capped at `depth` samples per instance (and in all, unkeyed),
+// with a 50 ms heartbeat period.
+fdds::DataWriterQos writer_qos(const Options& options) {
+    fdds::DataWriterQos writer = fdds::DATAWRITER_QOS_DEFAULT;
+    configure_common(writer, options);
     writer.deadline().period = duration(options.period);
     if (options.reliable) {
         fdds::ResourceLimitsQosPolicy& limits = writer.resource_limits();
@@ -351,6 +343,13 @@ void configure(fdds::DataWriterQos& writer, fdds::DataReaderQos& reader, const O
         writer.reliable_writer_qos().times.heartbeatPeriod =
             eprosima::fastrtps::Duration_t(0, 50000000);
     }
+    return writer;
+}
+
+fdds::DataReaderQos reader_qos(const Options& options) {
+    fdds::DataReaderQos reader = fdds::DATAREADER_QOS_DEFAULT;
+    configure_common(reader, options);
+    return reader;
 }
 
 std::chrono::duration<double> seconds(double value) {
@@ -359,9 +358,7 @@ std::chrono::duration<double> seconds(double value) {
 
 int publish(fdds::DomainParticipant& participant, fdds::Topic& topic, const Options& options) {
     WriterListener listener;
-    fdds::DataWriterQos qos = fdds::DATAWRITER_QOS_DEFAULT;
-    fdds::DataReaderQos unused;
-    configure(qos, unused, options);
+    fdds::DataWriterQos qos = writer_qos(options);
     fdds::PublisherQos publisher_qos = fdds::PUBLISHER_QOS_DEFAULT;
     set_partitions(publisher_qos.partition());
     fdds::Publisher* publisher = participant.create_publisher(publisher_qos);
@@ -416,9 +413,7 @@ int publish(fdds::DomainParticipant& participant, fdds::Topic& topic, const Opti
 
 int subscribe(fdds::DomainParticipant& participant, fdds::Topic& topic, const Options& options) {
     ReaderListener listener(options);
-    fdds::DataWriterQos unused;
-    fdds::DataReaderQos qos = fdds::DATAREADER_QOS_DEFAULT;
-    configure(unused, qos, options);
+    fdds::DataReaderQos qos = reader_qos(options);
     fdds::SubscriberQos subscriber_qos = fdds::SUBSCRIBER_QOS_DEFAULT;
     set_partitions(subscriber_qos.partition());
     fdds::Subscriber* subscriber = participant.create_subscriber(subscriber_qos);

@@ -8,7 +8,6 @@
 //   compare-bench QORDDSPING BARE_PING DDSPERF CASE [ROUNDS [PACED_SECONDS]]
 //   CASE: 1 reliable burst, 2 best-effort burst, 3 paced 1 kHz, 4 keyed reliable burst,
 //         5 process cost
-#include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -28,16 +27,12 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
 using Args = std::vector<std::string>;
 
 const long kBurst = 100000;
 const char* const kIssue = "qorddsping, issue received: ";
 const char* const kMissed = "Detected Missed Sample(s)";
-
-double ms_since(Clock::time_point epoch, Clock::time_point at) {
-    return std::chrono::duration<double, std::milli>(at - epoch).count();
-}
 
 double monotonic_ms(long long ns, Clock::time_point epoch) {
     long long epoch_ns =
@@ -90,31 +85,15 @@ void take_line(Child& child, const std::string& line, double at) {
 void run_until_done(const std::vector<Child*>& children, Clock::time_point epoch,
                     Clock::time_point limit) {
     for (;;) {
-        std::vector<pollfd> fds;
-        std::vector<Child*> open_children;
-        for (Child* child : children) {
-            if (child->output >= 0) {
-                fds.push_back({child->output, POLLIN, 0});
-                open_children.push_back(child);
-            }
-        }
-        if (fds.empty()) {
-            break;
-        }
         if (Clock::now() >= limit) {
-            for (Child* child : open_children) {
-                kill(child->pid, SIGKILL);
+            for (Child* child : children) {
+                if (child->output >= 0) {
+                    kill(child->pid, SIGKILL);
+                }
             }
         }
-        poll(fds.data(), fds.size(), 100);
-        double now = ms_since(epoch, Clock::now());
-        for (size_t i = 0; i < fds.size(); ++i) {
-            if (fds[i].revents == 0) {
-                continue;
-            }
-            Child& child = *open_children[i];
-            bench::read_lines(child.output, child.pending,
-                              [&](const std::string& line) { take_line(child, line, now); });
+        if (!bench::read_some(children, epoch, 100, take_line)) {
+            break;
         }
     }
     for (Child* child : children) {

@@ -7,7 +7,6 @@
 //
 //   pairing-bench QORDDSPING BARE_PING [RUNS [TIMED_RUNS [TRANSPORT]]]
 //   (defaults 200 and 50, every transport)
-#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,11 +20,19 @@
 #include <string>
 #include <vector>
 
+#include "figures.h"
 #include "spawn.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::Child;
+using bench::Clock;
+using bench::collect;
+using bench::first_at;
+using bench::Line;
+using bench::maximum;
+using bench::median;
+using bench::spawn;
 using Args = std::vector<std::string>;
 
 const int kSamples = 5;
@@ -53,87 +60,6 @@ const char* order_name(Order order) {
         default:
             return "together";
     }
-}
-
-// One line of a process's output and when it arrived.
-struct Line {
-    double at_ms;  // since the launch of the later process
-    std::string text;
-};
-
-struct Child {
-    pid_t pid = -1;
-    int output = -1;
-    std::string pending;
-    std::vector<Line> lines;
-};
-
-Child spawn(const Args& command) {
-    Child child;
-    child.pid = bench::spawn_piped(command, false, child.output);
-    return child;
-}
-
-bool printed(const Child& child, const std::string& prefix);
-
-// Reads whatever the children printed until both have ended, `done` has been printed by
-// one of them, or `limit` has passed.
-void collect(const std::vector<Child*>& children, Clock::time_point epoch, Clock::time_point limit,
-             const std::string& done) {
-    for (;;) {
-        for (Child* child : children) {
-            if (printed(*child, done)) {
-                limit = Clock::now();
-            }
-        }
-        std::vector<pollfd> fds;
-        std::vector<Child*> open_children;
-        for (Child* child : children) {
-            if (child->output >= 0) {
-                fds.push_back({child->output, POLLIN, 0});
-                open_children.push_back(child);
-            }
-        }
-        if (fds.empty() || Clock::now() >= limit) {
-            break;
-        }
-        poll(fds.data(), fds.size(), 20);
-        double now_ms = std::chrono::duration<double, std::milli>(Clock::now() - epoch).count();
-        for (size_t i = 0; i < fds.size(); ++i) {
-            if (fds[i].revents == 0) {
-                continue;
-            }
-            Child& child = *open_children[i];
-            bench::read_lines(child.output, child.pending, [&](const std::string& line) {
-                child.lines.push_back({now_ms, line});
-            });
-        }
-    }
-    for (Child* child : children) {
-        kill(child->pid, SIGKILL);
-        waitpid(child->pid, nullptr, 0);
-        if (child->output >= 0) {
-            close(child->output);
-        }
-    }
-}
-
-bool printed(const Child& child, const std::string& prefix) {
-    for (const Line& line : child.lines) {
-        if (line.text.rfind(prefix, 0) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
-double first_at(const Child& child, const std::string& prefix) {
-    for (const Line& line : child.lines) {
-        if (line.text.rfind(prefix, 0) == 0) {
-            return line.at_ms;
-        }
-    }
-    return -1;
 }
 
 struct Outcome {
@@ -209,6 +135,7 @@ Outcome pair_here(const std::string& binary, const Transport& transport, Order o
     char last[64];
     std::snprintf(last, sizeof last, "qorddsping, issue received: %.7d", kSamples - 1);
     collect({&first, &second}, epoch, epoch + std::chrono::seconds(6), last);
+    bench::stop({&first, &second});
     bool subscriber_first = order != Order::PublisherFirst;
     return judge(subscriber_first ? first : second, subscriber_first ? second : first);
 }
@@ -238,18 +165,6 @@ Outcome pair_once(const std::string& binary, const Transport& transport, Order o
 struct Times {
     std::vector<double> match, first_issue;
 };
-
-double median(std::vector<double> values) {
-    if (values.empty()) {
-        return -1;
-    }
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double maximum(const std::vector<double>& values) {
-    return values.empty() ? -1 : *std::max_element(values.begin(), values.end());
-}
 
 // Runs `runs` pairings of `program`, the three orders in turn, in `jobs` processes at once;
 // returns how many failed, and says why on standard error.
@@ -301,6 +216,7 @@ double late_subscriber_ms(const std::string& binary, int run) {
         Child subscriber = spawn({binary, "-subscriber", "-timeout", "2"});
         collect({&publisher, &subscriber}, epoch, epoch + std::chrono::seconds(4),
                 "qorddsping, issue received: ");
+        bench::stop({&publisher, &subscriber});
         double match = first_at(subscriber, "Found 1 additional ping publishers(s).");
         double issue = first_at(subscriber, "qorddsping, issue received: ");
         return std::to_string(match >= 0 && issue >= 0 ? issue - match : -1);

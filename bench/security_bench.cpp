@@ -14,7 +14,6 @@
 // Needs root.
 //
 //   security-bench QORDDSPING [PAIRINGS [BURSTS [BURST]]]   (defaults 10, 3 and 20000)
-#include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -27,43 +26,26 @@
 #include <string>
 #include <vector>
 
+#include "figures.h"
 #include "spawn.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::Child;
+using bench::Clock;
+using bench::collect;
+using bench::first_at;
+using bench::Line;
+using bench::maximum;
+using bench::median;
+using bench::minimum;
+using bench::spawn;
+using bench::stop;
 using Args = std::vector<std::string>;
 
 const char* const kListening = "qorddsping is listening for data";
 const char* const kIssue = "qorddsping, issue received: ";
 const int kSamples = 5;
-
-struct Line {
-    double at_ms;  // since the epoch of the run
-    std::string text;
-};
-
-struct Child {
-    pid_t pid = -1;
-    int output = -1;
-    std::string pending;
-    std::vector<Line> lines;
-};
-
-Child spawn(const Args& command) {
-    Child child;
-    child.pid = bench::spawn_piped(command, false, child.output);
-    return child;
-}
-
-double first_at(const Child& child, const std::string& prefix) {
-    for (const Line& line : child.lines) {
-        if (line.text.rfind(prefix, 0) == 0) {
-            return line.at_ms;
-        }
-    }
-    return -1;
-}
 
 double last_at(const Child& child, const std::string& prefix) {
     double at = -1;
@@ -79,46 +61,6 @@ size_t count_of(const Child& child, const std::string& prefix) {
     return static_cast<size_t>(
         std::count_if(child.lines.begin(), child.lines.end(),
                       [&](const Line& line) { return line.text.rfind(prefix, 0) == 0; }));
-}
-
-// Reads the children's lines until one of them printed `done`, both ended, or `limit`.
-void collect(const std::vector<Child*>& children, Clock::time_point epoch, Clock::time_point limit,
-             const std::string& done) {
-    while (Clock::now() < limit) {
-        std::vector<pollfd> fds;
-        std::vector<Child*> open_children;
-        bool finished = false;
-        for (Child* child : children) {
-            finished = finished || first_at(*child, done) >= 0;
-            if (child->output >= 0) {
-                fds.push_back({child->output, POLLIN, 0});
-                open_children.push_back(child);
-            }
-        }
-        if (finished || fds.empty()) {
-            return;
-        }
-        poll(fds.data(), fds.size(), 20);
-        double now_ms = std::chrono::duration<double, std::milli>(Clock::now() - epoch).count();
-        for (size_t i = 0; i < fds.size(); ++i) {
-            if (fds[i].revents != 0) {
-                Child& child = *open_children[i];
-                bench::read_lines(child.output, child.pending, [&](const std::string& line) {
-                    child.lines.push_back({now_ms, line});
-                });
-            }
-        }
-    }
-}
-
-void stop(const std::vector<Child*>& children) {
-    for (Child* child : children) {
-        kill(child->pid, SIGKILL);
-        waitpid(child->pid, nullptr, 0);
-        if (child->output >= 0) {
-            close(child->output);
-        }
-    }
 }
 
 // What each side adds to its command line in one mode.
@@ -195,22 +137,6 @@ std::string burst_here(const std::string& binary, const Mode& mode, int count) {
     char line[128];
     std::snprintf(line, sizeof line, "%.1f %zu %d", rate, received, signal);
     return line;
-}
-
-double median(std::vector<double> values) {
-    if (values.empty()) {
-        return -1;
-    }
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double maximum(const std::vector<double>& values) {
-    return values.empty() ? -1 : *std::max_element(values.begin(), values.end());
-}
-
-double minimum(const std::vector<double>& values) {
-    return values.empty() ? -1 : *std::min_element(values.begin(), values.end());
 }
 
 struct Figures {

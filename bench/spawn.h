@@ -1,9 +1,10 @@
 // Child processes for the benchmarks: started with their output on a pipe, killed with the
-// benchmark, and private hosts to run them on.
+// benchmark, their lines read and timed as they come, and private hosts to run them on.
 #ifndef QOR_BENCH_SPAWN_H
 #define QOR_BENCH_SPAWN_H
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
@@ -12,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -67,6 +69,98 @@ inline void read_lines(int& output, std::string& pending,
         take(pending.substr(start, end - start));
     }
     pending.erase(0, start);
+}
+
+using Clock = std::chrono::steady_clock;
+
+// Waits up to `wait_ms` for output on the open pipes of `children` (anything with the members
+// `output` and `pending` of spawn_piped and read_lines), and hands each complete line to
+// `take(child, line, at_ms)`, at_ms the end of the wait in ms since `epoch`. Returns false,
+// without waiting, when no pipe is open any more.
+template <class Child, class Take>
+bool read_some(const std::vector<Child*>& children, Clock::time_point epoch, int wait_ms,
+               Take take) {
+    std::vector<pollfd> fds;
+    std::vector<Child*> open_children;
+    for (Child* child : children) {
+        if (child->output >= 0) {
+            fds.push_back({child->output, POLLIN, 0});
+            open_children.push_back(child);
+        }
+    }
+    if (fds.empty()) {
+        return false;
+    }
+    poll(fds.data(), fds.size(), wait_ms);
+    double at_ms = std::chrono::duration<double, std::milli>(Clock::now() - epoch).count();
+    for (size_t i = 0; i < fds.size(); ++i) {
+        if (fds[i].revents != 0) {
+            Child& child = *open_children[i];
+            read_lines(child.output, child.pending,
+                       [&](const std::string& line) { take(child, line, at_ms); });
+        }
+    }
+    return true;
+}
+
+// One line of a child's output and when it arrived.
+struct Line {
+    double at_ms;  // since the epoch its reader was given
+    std::string text;
+};
+
+// A child whose every line is kept with its time.
+struct Child {
+    pid_t pid = -1;
+    int output = -1;
+    std::string pending;
+    std::vector<Line> lines;
+};
+
+// Starts `command` with its standard output on the pipe, its standard error to /dev/null.
+inline Child spawn(const std::vector<std::string>& command) {
+    Child child;
+    child.pid = spawn_piped(command, false, child.output);
+    return child;
+}
+
+// When the first line that begins with `prefix` arrived, or -1.
+inline double first_at(const Child& child, const std::string& prefix) {
+    for (const Line& line : child.lines) {
+        if (line.text.rfind(prefix, 0) == 0) {
+            return line.at_ms;
+        }
+    }
+    return -1;
+}
+
+// Reads the children's lines, timed from `epoch`, until one of them printed a line that begins
+// with `done`, all have closed their output, or `limit` has passed.
+inline void collect(const std::vector<Child*>& children, Clock::time_point epoch,
+                    Clock::time_point limit, const std::string& done) {
+    auto keep = [](Child& child, const std::string& line, double at_ms) {
+        child.lines.push_back({at_ms, line});
+    };
+    for (;;) {
+        bool finished = false;
+        for (const Child* child : children) {
+            finished = finished || first_at(*child, done) >= 0;
+        }
+        if (finished || Clock::now() >= limit || !read_some(children, epoch, 20, keep)) {
+            return;
+        }
+    }
+}
+
+// Kills the children, waits for them and closes what is open of their pipes.
+inline void stop(const std::vector<Child*>& children) {
+    for (Child* child : children) {
+        kill(child->pid, SIGKILL);
+        waitpid(child->pid, nullptr, 0);
+        if (child->output >= 0) {
+            close(child->output);
+        }
+    }
 }
 
 // Makes this (forked) process a private host: its own network namespace with loopback

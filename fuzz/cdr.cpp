@@ -57,15 +57,6 @@ const DDS_SampleAccessInfo kLongKeyAccess = {5 * sizeof(int32_t), kLongKeyOffset
 const DDS_TypeCode kLongKeyType = {DDS_TK_STRUCT,   "LongKey",       5,
                                    kLongKeyMembers, &kLongKeyAccess, nullptr};
 
-const uint8_t kData = 0x15;
-const uint8_t kPad = 0x01;
-const uint8_t kInfoTs = 0x09;
-const uint8_t kEndiannessFlag = 0x01;
-const uint8_t kInlineQosFlag = 0x02;
-const uint8_t kDataFlag = 0x04;
-const uint8_t kKeyFlag = 0x08;
-const size_t kHeaderSize = 20;
-
 uint16_t read16(const unsigned char* at, bool little) {
     return little ? static_cast<uint16_t>(at[0] | at[1] << 8)
                   : static_cast<uint16_t>(at[0] << 8 | at[1]);
@@ -119,34 +110,32 @@ void readPayload(const char* bytes, uint32_t length, bool keyOnly) {
 
 // The serialized payloads of the message's DATA submessages, walked as a receiver walks them.
 void readDataSubmessages(const std::vector<unsigned char>& m) {
-    size_t position = kHeaderSize;
-    while (position + 4 <= m.size()) {
-        uint8_t id = m[position];
-        uint8_t flags = m[position + 1];
-        bool little = (flags & kEndiannessFlag) != 0;
-        uint16_t octets = read16(&m[position + 2], little);
-        size_t body = position + 4;
-        size_t end = octets == 0 && id != kPad && id != kInfoTs ? m.size() : body + octets;
-        if (end > m.size()) {
-            return;
-        }
-        position = end;
-        if (id != kData || (flags & (kDataFlag | kKeyFlag)) == 0 || end - body < 20) {
-            continue;
-        }
-        size_t payload = body + 4 + read16(&m[body + 2], little);
-        if ((flags & kInlineQosFlag) != 0) {
-            while (payload + 4 <= end && read16(&m[payload], little) != 0x0001) {
-                payload += 4 + read16(&m[payload + 2], little);
+    size_t rest = 0;
+    qordds::walk_submessages(
+        m,
+        [&](const qordds::RtpsSubmessage& submessage) {
+            const uint8_t flags = submessage.flags;
+            const size_t body = submessage.start + 4;
+            const size_t end = submessage.end;
+            if (submessage.id != qordds::kRtpsData ||
+                (flags & (qordds::kRtpsDataFlag | qordds::kRtpsKeyFlag)) == 0 || end - body < 20) {
+                return;
             }
-            payload += 4;
-        }
-        if (payload > end) {
-            continue;
-        }
-        readPayload(reinterpret_cast<const char*>(&m[payload]),
-                    static_cast<uint32_t>(end - payload), (flags & kDataFlag) == 0);
-    }
+            bool little = submessage.little();
+            size_t payload = body + 4 + read16(&m[body + 2], little);
+            if ((flags & qordds::kRtpsInlineQosFlag) != 0) {
+                while (payload + 4 <= end && read16(&m[payload], little) != 0x0001) {
+                    payload += 4 + read16(&m[payload + 2], little);
+                }
+                payload += 4;
+            }
+            if (payload > end) {
+                return;
+            }
+            readPayload(reinterpret_cast<const char*>(&m[payload]),
+                        static_cast<uint32_t>(end - payload), (flags & qordds::kRtpsDataFlag) == 0);
+        },
+        rest);
 }
 
 bool anyWriterKeyHash(const unsigned char* /*writer*/, const unsigned char* key, uint32_t length,

@@ -7,53 +7,31 @@
 #include <cstdio>
 #include <memory>
 #include <ostream>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "tests/e2e/support/lines.h"
 #include "tests/e2e/support/private_host.h"
 #include "tests/e2e/support/private_network.h"
 
 namespace {
 
+using qortest::concat;
+using qortest::count;
+using qortest::countStarting;
+using qortest::Lines;
 using qortest::PrivateHost;
 using qortest::Process;
-using Lines = std::vector<std::string>;
+using qortest::splitLines;
 
 const double GENEROUS = 60;  // seconds any run may take before it counts as hung
 const char* const LISTENING = "qorddsping is listening for data, press CTRL+C to stop it.";
 const char* const ISSUED = "qorddsping, issue received: ";
 
-Lines lines(const std::string& text) {
-    Lines result;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        result.push_back(line);
-    }
-    return result;
-}
-
-size_t count(const std::string& output, const std::string& line) {
-    size_t n = 0;
-    for (const std::string& l : lines(output)) {
-        n += l == line ? 1u : 0u;
-    }
-    return n;
-}
-
-size_t countStarting(const std::string& output, const std::string& start) {
-    size_t n = 0;
-    for (const std::string& l : lines(output)) {
-        n += l.rfind(start, 0) == 0 ? 1u : 0u;
-    }
-    return n;
-}
-
 // The text between `start` and the next `end` in the first line that begins with `start`;
 // "" when there is none.
 std::string field(const std::string& output, const std::string& start, char end) {
-    for (const std::string& line : lines(output)) {
+    for (const std::string& line : splitLines(output)) {
         if (line.rfind(start, 0) == 0) {
             return line.substr(start.size(), line.find(end, start.size()) - start.size());
         }
@@ -71,22 +49,6 @@ std::string localPrefix(const std::string& output) {
     return field(output, "INFO [local] participant ", ':');
 }
 
-bool waitForOutput(Process& process, const std::string& text, double seconds = GENEROUS) {
-    auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (std::chrono::steady_clock::now() < until && process.running()) {
-        if (process.output().find(text) != std::string::npos) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return process.output().find(text) != std::string::npos;
-}
-
-Lines concat(Lines a, const Lines& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 // A subscriber (verbosity 4, 3 s timeout) and then a publisher (verbosity 3) on one fresh
 // private host, both run to their end.
 struct PairOutputs {
@@ -97,7 +59,7 @@ PairOutputs runPair(const Lines& subscriber, const Lines& publisher) {
     PrivateHost host;
     auto sub =
         host.startPing(concat({"-subscriber", "-timeout", "3", "-verbosity", "4"}, subscriber));
-    EXPECT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    EXPECT_TRUE(sub->waitForOutput(LISTENING, GENEROUS)) << sub->output();
     auto pub = host.startPing(
         concat({"-numSamples", "10", "-sendPeriod", "0.2", "-verbosity", "3"}, publisher));
     EXPECT_TRUE(pub->wait(GENEROUS)) << pub->output();
@@ -131,8 +93,9 @@ TEST_P(NearMiss, TheSubscriberNamesTheCauseInOneLine) {
     ASSERT_NE("", writer) << run.publisher;
     std::string expected = "INFO [discovery] remote writer " + writer + " (" + c.remote +
                            ") does not match local reader " + reader + ": " + c.reason;
-    EXPECT_EQ(1u, count(run.subscriber, expected)) << expected << "\nin:\n" << run.subscriber;
-    EXPECT_EQ(0u, countStarting(run.subscriber, ISSUED)) << run.subscriber;
+    EXPECT_EQ(1u, count(splitLines(run.subscriber), expected)) << expected << "\nin:\n"
+                                                               << run.subscriber;
+    EXPECT_EQ(0u, countStarting(splitLines(run.subscriber), ISSUED)) << run.subscriber;
 }
 
 const std::string PLAIN = "topic \"PingTopic\", type \"PingType\", unkeyed";
@@ -178,8 +141,9 @@ TEST(Diagnostics, AMatchingWriterIsSaidToMatch) {
     std::string expected = "INFO [discovery] remote writer " + localGuid(run.publisher, "writer") +
                            " (" + PLAIN + ") matches local reader " +
                            localGuid(run.subscriber, "reader");
-    EXPECT_EQ(1u, count(run.subscriber, expected)) << expected << "\nin:\n" << run.subscriber;
-    EXPECT_LT(0u, countStarting(run.subscriber, ISSUED)) << run.subscriber;
+    EXPECT_EQ(1u, count(splitLines(run.subscriber), expected)) << expected << "\nin:\n"
+                                                               << run.subscriber;
+    EXPECT_LT(0u, countStarting(splitLines(run.subscriber), ISSUED)) << run.subscriber;
 }
 
 // Under another domain tag, the publisher's participant is named as being in this domain.
@@ -187,7 +151,8 @@ TEST(Diagnostics, AParticipantUnderAnotherDomainTagIsNamed) {
     PairOutputs run = runPair({"-domainTag", "red"}, {"-domainTag", "blue"});
     std::string expected = "INFO [discovery] remote participant " + localPrefix(run.publisher) +
                            " is in domain 0 under domain tag \"blue\", this one under \"red\"";
-    EXPECT_EQ(1u, count(run.subscriber, expected)) << expected << "\nin:\n" << run.subscriber;
+    EXPECT_EQ(1u, count(splitLines(run.subscriber), expected)) << expected << "\nin:\n"
+                                                               << run.subscriber;
 }
 
 // Two hosts linked by a veth pair: each names its own veth address and ports at verbosity 3,
@@ -195,7 +160,7 @@ TEST(Diagnostics, AParticipantUnderAnotherDomainTagIsNamed) {
 TEST(Diagnostics, EachSideNamesItsVethAddressAndTheOtherSeesIt) {
     qortest::PrivateNetwork network(2);
     auto sub = network.host(0).startPing({"-subscriber", "-timeout", "3", "-verbosity", "4"});
-    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    ASSERT_TRUE(sub->waitForOutput(LISTENING, GENEROUS)) << sub->output();
     auto pub =
         network.host(1).startPing({"-numSamples", "10", "-sendPeriod", "0.2", "-verbosity", "4"});
     ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
@@ -212,15 +177,16 @@ TEST(Diagnostics, EachSideNamesItsVethAddressAndTheOtherSeesIt) {
                       "INFO [discovery] remote participant " + prefix +
                           " user-data locators: unicast UDPv4 " + address + ":7411"};
         for (const std::string& line : own) {
-            EXPECT_EQ(1u, count(sides[self], line)) << line << "\nin:\n" << sides[self];
+            EXPECT_EQ(1u, count(splitLines(sides[self]), line)) << line << "\nin:\n" << sides[self];
         }
         // The unicast locator comes first; Fast DDS keeps the peer's multicast locator after it
         // in some runs and not in others, so the line is checked up to the unicast one.
         for (const std::string& line : seen) {
-            EXPECT_EQ(1u, countStarting(sides[other], line)) << line << "\nin:\n" << sides[other];
+            EXPECT_EQ(1u, countStarting(splitLines(sides[other]), line)) << line << "\nin:\n"
+                                                                         << sides[other];
         }
     }
-    EXPECT_EQ(10u, countStarting(sides[0], ISSUED)) << sides[0];
+    EXPECT_EQ(10u, countStarting(splitLines(sides[0]), ISSUED)) << sides[0];
 }
 
 const std::string ALONE_WARNING =
@@ -259,20 +225,24 @@ TEST(Diagnostics, BlockedMulticastIsWarnedOfUnlessPeersAreNamed) {
         auto subscriber = network.host(0).startPing(sub);
         auto publisher = network.host(1).startPing(pub);
         if (!peers) {
-            EXPECT_TRUE(waitForOutput(*subscriber, ALONE_WARNING)) << subscriber->output();
+            EXPECT_TRUE(subscriber->waitForOutput(ALONE_WARNING, GENEROUS)) << subscriber->output();
             std::printf("subscriber warned %.2f s after its launch\n", secondsSince(start));
-            EXPECT_TRUE(waitForOutput(*publisher, ALONE_WARNING)) << publisher->output();
+            EXPECT_TRUE(publisher->waitForOutput(ALONE_WARNING, GENEROUS)) << publisher->output();
             std::printf("publisher warned %.2f s after its launch\n", secondsSince(start));
         }
         ASSERT_TRUE(publisher->wait(GENEROUS)) << publisher->output();
         ASSERT_TRUE(subscriber->wait(GENEROUS)) << subscriber->output();
         size_t warnings = peers ? 0u : 1u;
-        EXPECT_EQ(warnings, count(subscriber->output(), ALONE_WARNING)) << subscriber->output();
-        EXPECT_EQ(warnings, count(publisher->output(), ALONE_WARNING)) << publisher->output();
+        EXPECT_EQ(warnings, count(splitLines(subscriber->output()), ALONE_WARNING))
+            << subscriber->output();
+        EXPECT_EQ(warnings, count(splitLines(publisher->output()), ALONE_WARNING))
+            << publisher->output();
         if (peers) {
-            EXPECT_LT(30u, countStarting(subscriber->output(), ISSUED)) << subscriber->output();
+            EXPECT_LT(30u, countStarting(splitLines(subscriber->output()), ISSUED))
+                << subscriber->output();
         } else {
-            EXPECT_EQ(0u, countStarting(subscriber->output(), ISSUED)) << subscriber->output();
+            EXPECT_EQ(0u, countStarting(splitLines(subscriber->output()), ISSUED))
+                << subscriber->output();
         }
     }
 }
@@ -291,7 +261,7 @@ TEST(Diagnostics, SharedMemoryOnlyWithoutASharedDevShmFindsNoOneAndSaysWhy) {
     PrivateHost host;
     auto sub = startWithOwnDevShm(
         host, {"-subscriber", "-timeout", "7", "-verbosity", "4", "-transport", "2"});
-    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    ASSERT_TRUE(sub->waitForOutput(LISTENING, GENEROUS)) << sub->output();
     auto pub = host.startPing({"-numSamples", "30", "-sendPeriod", "0.25", "-transport", "2"});
     ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
     ASSERT_TRUE(sub->wait(GENEROUS)) << sub->output();
@@ -299,9 +269,11 @@ TEST(Diagnostics, SharedMemoryOnlyWithoutASharedDevShmFindsNoOneAndSaysWhy) {
         "WARNING [discovery] no other participant found in domain 0 after 5 s: shared memory is "
         "the only transport, and it reaches only processes that see this process's /dev/shm "
         "(not those of another container or host); add UDPv4 to the transports to reach them";
-    EXPECT_EQ(1u, count(sub->output(), expected)) << expected << "\nin:\n" << sub->output();
-    EXPECT_EQ(0u, countStarting(sub->output(), "INFO [discovery] remote")) << sub->output();
-    EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
+    EXPECT_EQ(1u, count(splitLines(sub->output()), expected)) << expected << "\nin:\n"
+                                                              << sub->output();
+    EXPECT_EQ(0u, countStarting(splitLines(sub->output()), "INFO [discovery] remote"))
+        << sub->output();
+    EXPECT_EQ(0u, countStarting(splitLines(sub->output()), ISSUED)) << sub->output();
 }
 
 // With the default transports the two find each other by UDP, but Fast DDS then talks to a
@@ -309,7 +281,7 @@ TEST(Diagnostics, SharedMemoryOnlyWithoutASharedDevShmFindsNoOneAndSaysWhy) {
 TEST(Diagnostics, APeerWithAnotherDevShmOnThisHostIsNamed) {
     PrivateHost host;
     auto sub = startWithOwnDevShm(host, {"-subscriber", "-timeout", "4", "-verbosity", "4"});
-    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    ASSERT_TRUE(sub->waitForOutput(LISTENING, GENEROUS)) << sub->output();
     auto pub = host.startPing({"-numSamples", "15", "-sendPeriod", "0.25", "-verbosity", "3"});
     ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
     ASSERT_TRUE(sub->wait(GENEROUS)) << sub->output();
@@ -320,8 +292,9 @@ TEST(Diagnostics, APeerWithAnotherDevShmOnThisHostIsNamed) {
         "/dev/shm (different containers or mount namespaces), and Fast DDS sends it everything "
         "but announcements over shared memory only, so endpoints will neither match nor "
         "exchange data; leave shared memory out of the transports of either side";
-    EXPECT_EQ(1u, count(sub->output(), expected)) << expected << "\nin:\n" << sub->output();
-    EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
+    EXPECT_EQ(1u, count(splitLines(sub->output()), expected)) << expected << "\nin:\n"
+                                                              << sub->output();
+    EXPECT_EQ(0u, countStarting(splitLines(sub->output()), ISSUED)) << sub->output();
 }
 
 // Matched over UDP, but the subscriber's host drops the data: the writer is named silent.
@@ -334,7 +307,7 @@ TEST(Diagnostics, AMatchedWriterThatSendsNothingHereIsNamed) {
                     "7411", "drop"});
     auto sub = network.host(0).startPing(
         {"-subscriber", "-timeout", "4", "-verbosity", "4", "-transport", "1"});
-    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    ASSERT_TRUE(sub->waitForOutput(LISTENING, GENEROUS)) << sub->output();
     auto pub = network.host(1).startPing(
         {"-numSamples", "25", "-sendPeriod", "0.2", "-verbosity", "3", "-transport", "1"});
     ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
@@ -342,8 +315,9 @@ TEST(Diagnostics, AMatchedWriterThatSendsNothingHereIsNamed) {
     std::string expected = "INFO [discovery] remote writer " + localGuid(pub->output(), "writer") +
                            " matched local reader " + localGuid(sub->output(), "reader") +
                            ", but not one sample has arrived from it within 2 s of the match";
-    EXPECT_EQ(1u, count(sub->output(), expected)) << expected << "\nin:\n" << sub->output();
-    EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
+    EXPECT_EQ(1u, count(splitLines(sub->output()), expected)) << expected << "\nin:\n"
+                                                              << sub->output();
+    EXPECT_EQ(0u, countStarting(splitLines(sub->output()), ISSUED)) << sub->output();
 }
 
 // The publisher's host moves to another subnet on the same link: its announcements still reach
@@ -354,7 +328,7 @@ TEST(Diagnostics, AParticipantWhoseUnicastLocatorsHaveNoRouteIsNamed) {
         1, {"ip", "address", "del", qortest::PrivateNetwork::address(1) + "/24", "dev", "eth0"});
     network.run(1, {"ip", "address", "add", "10.88.0.2/24", "dev", "eth0"});
     auto sub = network.host(0).startPing({"-subscriber", "-timeout", "3", "-verbosity", "4"});
-    ASSERT_TRUE(waitForOutput(*sub, LISTENING)) << sub->output();
+    ASSERT_TRUE(sub->waitForOutput(LISTENING, GENEROUS)) << sub->output();
     auto pub =
         network.host(1).startPing({"-numSamples", "15", "-sendPeriod", "0.2", "-verbosity", "3"});
     ASSERT_TRUE(pub->wait(GENEROUS)) << pub->output();
@@ -364,8 +338,9 @@ TEST(Diagnostics, AParticipantWhoseUnicastLocatorsHaveNoRouteIsNamed) {
         " was heard, but none of its unicast locators (UDPv4 10.88.0.2:7410) has a route from "
         "here: Fast DDS answers a participant and sends it data only at the unicast locators it "
         "announces, never at the address its packets came from";
-    EXPECT_EQ(1u, count(sub->output(), expected)) << expected << "\nin:\n" << sub->output();
-    EXPECT_EQ(0u, countStarting(sub->output(), ISSUED)) << sub->output();
+    EXPECT_EQ(1u, count(splitLines(sub->output()), expected)) << expected << "\nin:\n"
+                                                              << sub->output();
+    EXPECT_EQ(0u, countStarting(splitLines(sub->output()), ISSUED)) << sub->output();
 }
 
 }  // namespace

@@ -15,14 +15,16 @@
 #include <thread>
 #include <vector>
 
+#include "tests/e2e/support/lines.h"
 #include "tests/e2e/support/private_host.h"
 #include "tests/e2e/support/private_network.h"
 
 namespace {
 
+using qortest::concat;
 using qortest::PrivateNetwork;
 using qortest::Process;
-using Arguments = std::vector<std::string>;
+using Arguments = qortest::Lines;
 
 const double GENEROUS = 60;  // seconds any run may take before it counts as hung
 const char* const LISTENING = "qorddsping is listening for data";
@@ -35,54 +37,10 @@ const char* const NOT_ALIVE = "Detected loss of 1 previously alive ping publishe
 // The user-traffic port of participant 0 in domain 0: the only participant on its host.
 const char* const USER_PORT = "7411";
 
-Arguments concat(Arguments a, const Arguments& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 std::string issueLine(int number) {
     char line[64];
     std::snprintf(line, sizeof line, "%s%07d\n", ISSUED, number);
     return line;
-}
-
-// Waits up to `seconds` for `text` in the process's output, from `from` on.
-bool waitForOutput(Process& process, const std::string& text, double seconds, size_t from = 0) {
-    auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    for (;;) {
-        std::string output = process.output();
-        if (output.size() > from && output.find(text, from) != std::string::npos) {
-            return true;
-        }
-        if (std::chrono::steady_clock::now() >= end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-}
-
-// Waits up to `seconds` for `text` on the process's error stream.
-bool waitForErrors(Process& process, const std::string& text, double seconds) {
-    auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (process.errors().find(text) == std::string::npos) {
-        if (std::chrono::steady_clock::now() >= end || !process.running()) {
-            return process.errors().find(text) != std::string::npos;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
-
-// Waits up to `seconds` for the process's output to grow past `size`.
-bool waitForOutputAfter(Process& process, size_t size, double seconds) {
-    auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (process.output().size() <= size) {
-        if (std::chrono::steady_clock::now() >= end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
 }
 
 // Runs an nftables script on a host.
@@ -107,7 +65,7 @@ std::unique_ptr<Process> startListening(PrivateNetwork& network, int host,
                                         const Arguments& arguments) {
     auto subscriber =
         network.host(host).startPing(concat({"-subscriber", "-transport", "1"}, arguments));
-    EXPECT_TRUE(waitForOutput(*subscriber, LISTENING, GENEROUS)) << subscriber->output();
+    EXPECT_TRUE(subscriber->waitForOutput(LISTENING, GENEROUS)) << subscriber->output();
     return subscriber;
 }
 
@@ -166,7 +124,7 @@ TEST_P(BestEffortLoss, MissedSamplesEqualTheDroppedPackets) {
     auto subscriber = startListening(network, 1, {});
     auto publisher = network.host(0).startPing(
         {"-transport", "1", "-numSamples", std::to_string(samples), "-sendPeriod", "0.01"});
-    ASSERT_TRUE(waitForOutput(*subscriber, ISSUED, GENEROUS)) << subscriber->output();
+    ASSERT_TRUE(subscriber->waitForOutput(ISSUED, GENEROUS)) << subscriber->output();
     nft(network, 1,
         std::string("add rule inet loss in iifname eth0 udp dport ") + USER_PORT +
             " numgen random mod 100 < " + std::to_string(GetParam()) +
@@ -258,13 +216,16 @@ TEST(FaultScenario, AFiveSecondCutMissesExactlyTheSamplesItDropped) {
         {"tshark", "-i", "eth0", "-n", "-l", "-f",
          "udp and src host " + PrivateNetwork::address(1) + " and dst port 7400", "-T", "fields",
          "-e", "frame.number", "-a", "duration:60"});
-    ASSERT_TRUE(waitForErrors(*announcements, "Capturing on", GENEROUS)) << announcements->errors();
+    ASSERT_TRUE(announcements->waitForErrors("Capturing on", GENEROUS)) << announcements->errors();
     auto subscriber = startListening(network, 1, {});
     auto publisher = network.host(0).startPing(
         {"-transport", "1", "-numSamples", std::to_string(samples), "-sendPeriod", "0.1"});
-    ASSERT_TRUE(waitForOutput(*subscriber, issueLine(20), GENEROUS)) << subscriber->output();
+    ASSERT_TRUE(subscriber->waitForOutput(issueLine(20), GENEROUS)) << subscriber->output();
     size_t seen = announcements->output().size();
-    ASSERT_TRUE(waitForOutputAfter(*announcements, seen, 3)) << announcements->errors();
+    // The next announcement, looked for every 5 ms: the cut follows it closely.
+    ASSERT_TRUE(announcements->waitUntil([&] { return announcements->output().size() > seen; }, 3,
+                                         std::chrono::milliseconds(5)))
+        << announcements->errors();
     cut(network, 1);
     std::this_thread::sleep_for(std::chrono::seconds(5));
     mend(network, 1);
@@ -294,7 +255,7 @@ TEST(FaultScenario, ATenSecondCutLosesThePublisherAndFindsItAliveAgain) {
     auto subscriber = startListening(network, 1, {});
     auto publisher = network.host(0).startPing(
         {"-transport", "1", "-numSamples", std::to_string(samples), "-sendPeriod", "0.1"});
-    ASSERT_TRUE(waitForOutput(*subscriber, issueLine(20), GENEROUS)) << subscriber->output();
+    ASSERT_TRUE(subscriber->waitForOutput(issueLine(20), GENEROUS)) << subscriber->output();
     cut(network, 1);
     size_t cutAt = subscriber->output().size();
     std::this_thread::sleep_for(std::chrono::seconds(10));
@@ -337,11 +298,11 @@ TEST(FaultScenario, AKilledPublisherIsReportedLostWithinItsLease) {
     PrivateNetwork network(2);
     auto subscriber = startListening(network, 1, {});
     auto publisher = network.host(0).startPing({"-transport", "1", "-sendPeriod", "0.1"});
-    ASSERT_TRUE(waitForOutput(*subscriber, issueLine(5), GENEROUS)) << subscriber->output();
+    ASSERT_TRUE(subscriber->waitForOutput(issueLine(5), GENEROUS)) << subscriber->output();
     size_t killedAt = subscriber->output().size();
     publisher->signal(SIGKILL);
     // The lease and half a second for the report: all the bound this scenario allows.
-    EXPECT_TRUE(waitForOutput(*subscriber, NOT_ALIVE, 7, killedAt)) << subscriber->output();
+    EXPECT_TRUE(subscriber->waitForOutput(NOT_ALIVE, 7, killedAt)) << subscriber->output();
     std::string output = subscriber->output();
     EXPECT_NE(std::string::npos, output.find(LOST, killedAt)) << output;
     EXPECT_NE(std::string::npos, output.find("Current alive publisher tally is: 0", killedAt))
@@ -462,7 +423,7 @@ TEST(FaultScenario, TheLinkCarriesOnlyTheTestSubnetItsGroupsIgmpAndNeighbourDisc
     const std::string file = "/tmp/qor-fault-capture-" + std::to_string(getpid()) + ".pcapng";
     auto capture =
         network.host(1).start({"tshark", "-i", "eth0", "-n", "-w", file, "-a", "duration:60"});
-    ASSERT_TRUE(waitForErrors(*capture, "Capturing on", GENEROUS)) << capture->errors();
+    ASSERT_TRUE(capture->waitForErrors("Capturing on", GENEROUS)) << capture->errors();
     auto subscriber = startListening(network, 1, {});
     auto publisher =
         network.host(0).startPing({"-transport", "1", "-numSamples", "20", "-sendPeriod", "0.05"});

@@ -14,18 +14,6 @@
 
 namespace {
 
-// Waits up to `seconds` for `text` in the process's output.
-bool waitForOutput(qortest::Process& process, const std::string& text, double seconds) {
-    auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (std::chrono::steady_clock::now() < end) {
-        if (process.output().find(text) != std::string::npos) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    return process.output().find(text) != std::string::npos;
-}
-
 // Shared-memory sizes beyond what /dev/shm holds stop the run before Fast DDS maps them,
 // with one line and status 0, in both roles.
 TEST(HostileInput, SharedMemorySizesBeyondDevShmStopTheRunWithOneLine) {
@@ -71,9 +59,9 @@ TEST(HostileInput, EveryLineReachesTheOutputFileWhenItIsPrinted) {
     qortest::PrivateHost host;
     std::unique_ptr<qortest::Process> subscriber =
         host.startPing({"-subscriber", "-verbosity", "3"});
-    ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30))
+    ASSERT_TRUE(subscriber->waitForOutput("qorddsping is listening for data", 30))
         << subscriber->output();
-    EXPECT_TRUE(waitForOutput(*subscriber, "Listening...\n", 10)) << subscriber->output();
+    EXPECT_TRUE(subscriber->waitForOutput("Listening...\n", 10)) << subscriber->output();
     subscriber->signal(SIGKILL);
     subscriber->wait(10);
 }
@@ -119,7 +107,7 @@ TEST(HostileInput, TopicAndTypeNamesAtTheLimitMatch) {
         qortest::PrivateHost host;
         std::unique_ptr<qortest::Process> subscriber =
             host.startPing({"-subscriber", option, longest, "-timeout", "3"});
-        ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30))
+        ASSERT_TRUE(subscriber->waitForOutput("qorddsping is listening for data", 30))
             << subscriber->output();
         std::unique_ptr<qortest::Process> publisher =
             host.startPing({option, longest, "-numSamples", "3", "-sendPeriod", "0.3"});
@@ -136,7 +124,7 @@ TEST(HostileInput, ATopicNameCannotForgeTheDomainTag) {
     qortest::PrivateHost host;
     std::unique_ptr<qortest::Process> subscriber =
         host.startPing({"-subscriber", "-domainTag", "X", "-timeout", "4"});
-    ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30));
+    ASSERT_TRUE(subscriber->waitForOutput("qorddsping is listening for data", 30));
     std::unique_ptr<qortest::Process> publisher = host.startPing(
         {"-topicName", std::string("PingTopic\035X"), "-numSamples", "4", "-sendPeriod", "0.2"});
     ASSERT_TRUE(publisher->wait(60));
@@ -153,24 +141,22 @@ TEST(HostileInput, APublisherStoppedPastItsLeaseIsAliveAgainWhenItGoesOn) {
     const std::string alive = "Found 1 additional alive ping publishers(s).";
     qortest::PrivateHost host;
     std::unique_ptr<qortest::Process> subscriber = host.startPing({"-subscriber"});
-    ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30));
+    ASSERT_TRUE(subscriber->waitForOutput("qorddsping is listening for data", 30));
     std::unique_ptr<qortest::Process> publisher =
         host.startPing({"-sendPeriod", "0.2", "-numSamples", "200"});
-    ASSERT_TRUE(waitForOutput(*subscriber, "issue received", 30)) << subscriber->output();
+    ASSERT_TRUE(subscriber->waitForOutput("issue received", 30)) << subscriber->output();
     publisher->signal(SIGSTOP);
-    ASSERT_TRUE(waitForOutput(*subscriber, "Detected loss of 1 ping publishers(s).", 30))
+    ASSERT_TRUE(subscriber->waitForOutput("Detected loss of 1 ping publishers(s).", 30))
         << subscriber->output();
     publisher->signal(SIGCONT);
     std::string output;
-    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (std::chrono::steady_clock::now() < end) {
-        output = subscriber->output();
-        size_t first = output.find(alive);
-        if (first != std::string::npos && output.find(alive, first + 1) != std::string::npos) {
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
+    subscriber->waitUntil(
+        [&] {
+            output = subscriber->output();
+            size_t first = output.find(alive);
+            return first != std::string::npos && output.find(alive, first + 1) != std::string::npos;
+        },
+        30);
     size_t lost = output.find("Detected loss of 1 ping publishers(s).");
     ASSERT_NE(std::string::npos, lost) << output;
     size_t again = output.find(alive, lost);
@@ -187,24 +173,19 @@ TEST(HostileInput, APublisherStoppedPastItsLeaseIsAliveAgainWhenItGoesOn) {
 TEST(HostileInput, TwoPublishersOneStoppedAndBackCountNoPhantomMissedSamples) {
     qortest::PrivateHost host;
     std::unique_ptr<qortest::Process> subscriber = host.startPing({"-subscriber"});
-    ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping is listening for data", 30));
+    ASSERT_TRUE(subscriber->waitForOutput("qorddsping is listening for data", 30));
     std::unique_ptr<qortest::Process> steady =
         host.startPing({"-sendPeriod", "0.1", "-numSamples", "400"});
     std::unique_ptr<qortest::Process> stopped =
         host.startPing({"-sendPeriod", "0.1", "-numSamples", "400"});
-    ASSERT_TRUE(waitForOutput(*subscriber, "Current alive publisher tally is: 2", 30))
+    ASSERT_TRUE(subscriber->waitForOutput("Current alive publisher tally is: 2", 30))
         << subscriber->output();
     stopped->signal(SIGSTOP);
-    ASSERT_TRUE(waitForOutput(*subscriber, "Detected loss of 1 ping publishers(s).", 30))
+    ASSERT_TRUE(subscriber->waitForOutput("Detected loss of 1 ping publishers(s).", 30))
         << subscriber->output();
     size_t lost = subscriber->output().find("Detected loss of 1 ping publishers(s).");
     stopped->signal(SIGCONT);
-    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (std::chrono::steady_clock::now() < end &&
-           subscriber->output().find("Current alive publisher tally is: 2", lost) ==
-               std::string::npos) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
+    subscriber->waitForOutput("Current alive publisher tally is: 2", 30, lost);
     // Both streams for a few seconds more.
     std::this_thread::sleep_for(std::chrono::seconds(4));
     std::string output = subscriber->output();

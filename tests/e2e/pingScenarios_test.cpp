@@ -1,70 +1,44 @@
 // The real qorddsping publishing and subscribing on private hosts. Lines that different
 // middleware threads print (matches, liveliness, data) may interleave in any order: each
 // thread's lines are compared in order, and no other line may appear.
-#include <fastrtps/config.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <map>
 #include <memory>
 #include <numeric>
 #include <set>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "tests/e2e/support/lines.h"
+#include "tests/e2e/support/ping_run.h"
 #include "tests/e2e/support/private_host.h"
 
 namespace {
 
+using qortest::body;
+using qortest::concat;
+using qortest::count;
+using qortest::countStarting;
+using qortest::expectEnded;
+using qortest::joined;
+using qortest::Lines;
 using qortest::PrivateHost;
 using qortest::Process;
-using Lines = std::vector<std::string>;
+using qortest::splitLines;
+using qortest::startListening;
+using qortest::timeoutLine;
 
 const double GENEROUS = 60;  // seconds any run may take before it counts as hung
-const std::string HEADER = std::string("\nQOR Solvane DDS Ping built with DDS version: ") +
-                           FASTRTPS_VERSION_STR + "\n" + std::string(42, '~') + "\n";
 const char* const LISTENING = "qorddsping is listening for data, press CTRL+C to stop it.";
 const char* const ISSUED = "qorddsping, issue received: ";
 const char* const ISSUE = "qorddsping, issue received: %.7d";
 const char* const SENT = "Sending data...   value: %.7d ";
 const char* const MISSED = "Detected Missed Sample(s)";
 const char* const NO_WRITERS = "qorddsping, instance no writers";
-
-Lines splitLines(const std::string& text) {
-    Lines lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-// For failure messages; a hundred thousand lines are too many to show.
-std::string joined(const Lines& lines) {
-    std::string text = lines.size() > 200 ? "(too long to show)\n" : "";
-    for (size_t i = 0; i < lines.size() && i < 200; ++i) {
-        text += lines[i] + "\n";
-    }
-    return text;
-}
-
-// The lines after the header that every run prints first.
-Lines body(const std::string& output) {
-    bool headed = output.compare(0, HEADER.size(), HEADER) == 0;
-    EXPECT_TRUE(headed) << "no header in:\n" << output;
-    return splitLines(headed ? output.substr(HEADER.size()) : output);
-}
-
-size_t count(const Lines& lines, const std::string& text, bool prefix = false) {
-    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const std::string& l) {
-        return prefix ? l.rfind(text, 0) == 0 : l == text;
-    }));
-}
 
 Lines numbered(const char* format, int first, int last) {
     Lines lines;
@@ -78,15 +52,6 @@ Lines numbered(const char* format, int first, int last) {
 
 std::string issueLine(int number) {
     return numbered(ISSUE, number, number)[0];
-}
-
-std::string timeoutLine(int seconds) {
-    return "Timeout! No packets received for more than " + std::to_string(seconds) + " seconds";
-}
-
-Lines concat(Lines a, const Lines& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
 }
 
 // Expects `lines` to interleave the streams: each stream's lines in its order, nothing else.
@@ -151,31 +116,6 @@ Lines dataLines(const std::vector<int>& issues) {
 
 const Lines SUBSCRIBER_FOUND = {"Found 1 additional ping subscriber(s).",
                                 "Current subscriber tally is: 1"};
-
-// Waits, a minute at most, until the process has printed `text`; false when it ended first.
-bool waitForOutput(Process& process, const std::string& text) {
-    for (int i = 0; i < 3000 && process.running(); ++i) {
-        if (process.output().find(text) != std::string::npos) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return process.output().find(text) != std::string::npos;
-}
-
-// Starts a subscriber and waits until it listens, so that a publisher started next finds it.
-std::unique_ptr<Process> startListening(PrivateHost& host, const Lines& arguments) {
-    auto subscriber = host.startPing(concat({"-subscriber"}, arguments));
-    EXPECT_TRUE(waitForOutput(*subscriber, LISTENING)) << subscriber->output();
-    return subscriber;
-}
-
-// The process ends by itself with status 1, nothing on standard error (where sanitizers report).
-void expectEnded(Process& process) {
-    ASSERT_TRUE(process.wait(GENEROUS)) << process.output();
-    EXPECT_EQ(process.exitStatus(), 1) << process.output() << process.errors();
-    EXPECT_EQ(process.errors(), "");
-}
 
 // A subscriber (timing out after 3 s) and then a publisher on a fresh host, both run to their
 // end; the bodies of their outputs.
@@ -261,7 +201,7 @@ INSTANTIATE_TEST_SUITE_P(PingScenarioKeyed, OnePublisher, ::testing::Values(keye
 TEST(PingScenario, LateSubscribersCountTheIssuesTheyMissedUnlessFiltered) {
     PrivateHost host;
     auto publisher = host.startPing({"-reliable", "-numSamples", "60", "-sendPeriod", "0.1"});
-    ASSERT_TRUE(waitForOutput(*publisher, numbered(SENT, 10, 10)[0]));
+    ASSERT_TRUE(publisher->waitForOutput(numbered(SENT, 10, 10)[0], GENEROUS));
     auto subscriber = host.startPing({"-subscriber", "-reliable", "-timeout", "3"});
     auto filtered = host.startPing({"-subscriber", "-timeFilter", "0.5", "-timeout", "3"});
     expectEnded(*publisher);
@@ -280,10 +220,10 @@ TEST(PingScenario, LateSubscribersCountTheIssuesTheyMissedUnlessFiltered) {
 
     // About five seconds of pings at ten a second, let through at two a second.
     lines = body(filtered->output());
-    EXPECT_GE(count(lines, ISSUED, true), 2u) << joined(lines);
-    EXPECT_LE(count(lines, ISSUED, true), 25u) << joined(lines);
-    EXPECT_EQ(count(lines, MISSED, true), 0u) << joined(lines);
-    EXPECT_EQ(count(lines, "DataListener::on_sample_lost", true), 0u) << joined(lines);
+    EXPECT_GE(countStarting(lines, ISSUED), 2u) << joined(lines);
+    EXPECT_LE(countStarting(lines, ISSUED), 25u) << joined(lines);
+    EXPECT_EQ(countStarting(lines, MISSED), 0u) << joined(lines);
+    EXPECT_EQ(countStarting(lines, "DataListener::on_sample_lost"), 0u) << joined(lines);
 }
 
 // Stopped after issue 1, the publisher misses the requested deadline; once its lease runs out
@@ -296,7 +236,7 @@ TEST(PingScenario, StoppedKeyedPublisherMissesTheDeadlineAndLeavesNoWriters) {
     // Each instance is written every other period, within the deadline; the first dispose
     // comes a whole period after issue 1.
     auto publisher = host.startPing(concat({"-useKeys", "2", "-sendPeriod", "2"}, common));
-    ASSERT_TRUE(waitForOutput(*subscriber, issueLine(1)));
+    ASSERT_TRUE(subscriber->waitForOutput(issueLine(1), GENEROUS));
     publisher->signal(SIGSTOP);
     expectEnded(*subscriber);
     publisher->signal(SIGKILL);
@@ -308,7 +248,7 @@ TEST(PingScenario, StoppedKeyedPublisherMissesTheDeadlineAndLeavesNoWriters) {
               1u)
         << joined(lines);
     EXPECT_EQ(count(lines, NO_WRITERS), 2u) << joined(lines);
-    EXPECT_EQ(count(lines, "qorddsping, instance disposed", true), 0u) << joined(lines);
+    EXPECT_EQ(countStarting(lines, "qorddsping, instance disposed"), 0u) << joined(lines);
     EXPECT_EQ(lines.back(), timeoutLine(10));
 }
 
@@ -327,7 +267,7 @@ TEST(PingScenario, TwoPublishersAreBothReportedWithoutMissedSamples) {
     for (int i = 0; i < 10; ++i) {
         EXPECT_EQ(count(lines, issueLine(i)), 2u) << i << " in:\n" << joined(lines);
     }
-    EXPECT_EQ(count(lines, MISSED, true), 0u) << joined(lines);
+    EXPECT_EQ(countStarting(lines, MISSED), 0u) << joined(lines);
     EXPECT_EQ(count(lines, "Current alive publisher tally is: 2"), 1u) << joined(lines);
     EXPECT_EQ(count(lines, "Current publisher tally is: 2"), 1u) << joined(lines);
 }
@@ -342,9 +282,7 @@ TEST(PingScenario, MulticastReceiveAddresses) {
                                "fields", "-E", "separator=|", "-e", "rtps.issueData", "-e",
                                "udp.payload", "-a", "duration:60"});
     // tshark announces on its error stream when it listens.
-    for (int i = 0; i < 1500 && capture->errors().find("Capturing on") == std::string::npos; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+    capture->waitForErrors("Capturing on", 30);
     const std::vector<std::pair<std::string, Lines>> cases = {
         {"239.255.0.1:7777", {LISTENING}},
         {"10.0.0.1", {"10.0.0.1 is not a valid multicast address", LISTENING}},
@@ -364,7 +302,7 @@ TEST(PingScenario, MulticastReceiveAddresses) {
         EXPECT_EQ(Lines(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(
                                                            std::min(lines.size(), opening.size()))),
                   opening);
-        EXPECT_GE(count(lines, ISSUED, true), 5u) << joined(lines);
+        EXPECT_GE(countStarting(lines, ISSUED), 5u) << joined(lines);
     }
     capture->signal(SIGINT);
     ASSERT_TRUE(capture->wait(GENEROUS));
@@ -411,7 +349,7 @@ TEST_P(CompatibleEndpoints, OnlyEqualTopicTypeDomainTagAndPartitionsMatch) {
     auto outputs =
         runPair(c.subscriber, concat({"-numSamples", "10", "-sendPeriod", "0.2"}, c.publisher));
     if (c.why == MATCH) {
-        EXPECT_GE(count(outputs.first, ISSUED, true), 5u) << joined(outputs.first);
+        EXPECT_GE(countStarting(outputs.first, ISSUED), 5u) << joined(outputs.first);
     } else {
         expectInterleaving(outputs.first, {{LISTENING, timeoutLine(3)}, c.why});
         expectInterleaving(outputs.second, {numbered(SENT, 0, 9)});

@@ -4,7 +4,6 @@
 // test CA, mallory signed by another CA; PingTopic in domain 0, discovery and data encrypted,
 // whole messages signed (QOR_TEST_RTPS_PROTECTION=NONE or ENCRYPT in the environment changes
 // that).
-#include <fastrtps/config.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -24,17 +23,25 @@
 #include <thread>
 #include <vector>
 
+#include "tests/e2e/support/lines.h"
+#include "tests/e2e/support/ping_run.h"
 #include "tests/e2e/support/private_host.h"
 
 namespace {
 
+using qortest::body;
+using qortest::concat;
+using qortest::expectEnded;
+using qortest::joined;
+using qortest::Lines;
 using qortest::PrivateHost;
 using qortest::Process;
-using Lines = std::vector<std::string>;
+using qortest::splitLines;
+using qortest::starting;
+using qortest::startListening;
+using qortest::timeoutLine;
 
 const double GENEROUS = 60;  // seconds any run may take before it counts as hung
-const std::string HEADER = std::string("\nQOR Solvane DDS Ping built with DDS version: ") +
-                           FASTRTPS_VERSION_STR + "\n" + std::string(42, '~') + "\n";
 const char* const LISTENING = "qorddsping is listening for data, press CTRL+C to stop it.";
 const char* const ISSUED = "qorddsping, issue received: ";
 const char* const MISSED = "Detected Missed Sample(s)";
@@ -42,45 +49,6 @@ const char* const SAMPLE_LOST = "DataListener::on_sample_lost !!!!";
 const char* const FOUND_PUBLISHER = "Found 1 additional ping publishers(s).";
 // The secured subscriber's user-traffic port over UDPv4 with -index 0 in domain 0.
 const char* const SUBSCRIBER_PORT = "7411";
-
-Lines splitLines(const std::string& text) {
-    Lines lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-std::string joined(const Lines& lines) {
-    std::string text;
-    for (const std::string& line : lines) {
-        text += line + "\n";
-    }
-    return text;
-}
-
-// The lines after the header that every run prints first.
-Lines body(const std::string& output) {
-    bool headed = output.compare(0, HEADER.size(), HEADER) == 0;
-    EXPECT_TRUE(headed) << "no header in:\n" << output;
-    return splitLines(headed ? output.substr(HEADER.size()) : output);
-}
-
-Lines starting(const Lines& lines, const std::string& prefix) {
-    Lines found;
-    for (const std::string& line : lines) {
-        if (line.rfind(prefix, 0) == 0) {
-            found.push_back(line);
-        }
-    }
-    return found;
-}
-
-Lines concat(Lines a, const Lines& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 std::string issueLine(int number) {
     char line[64];
@@ -96,44 +64,13 @@ Lines issueLines(int first, int last) {
     return lines;
 }
 
-std::string timeoutLine(int seconds) {
-    return "Timeout! No packets received for more than " + std::to_string(seconds) + " seconds";
-}
-
-// Waits, a minute at most, until the process has printed `text`; false when it ended first.
-bool waitForOutput(Process& process, const std::string& text) {
-    for (int i = 0; i < 3000 && process.running(); ++i) {
-        if (process.output().find(text) != std::string::npos) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return process.output().find(text) != std::string::npos;
-}
-
-std::unique_ptr<Process> startListening(PrivateHost& host, const Lines& arguments) {
-    auto subscriber = host.startPing(concat({"-subscriber"}, arguments));
-    EXPECT_TRUE(waitForOutput(*subscriber, LISTENING)) << subscriber->output();
-    return subscriber;
-}
-
-// The process ends by itself with status 1, nothing on standard error.
-void expectEnded(Process& process) {
-    ASSERT_TRUE(process.wait(GENEROUS)) << process.output();
-    EXPECT_EQ(process.exitStatus(), 1) << process.output() << process.errors();
-    EXPECT_EQ(process.errors(), "");
-}
-
 // tshark on the host's loopback, printing `field` of each packet that `filter` takes, one
 // line each (several values of one packet separated by commas); returns once it captures.
 std::unique_ptr<Process> startCapture(PrivateHost& host, const std::string& filter,
                                       const std::string& field = "udp.payload") {
     auto capture = host.start({"tshark", "-i", "lo", "-n", "-l", "--enable-heuristic", "rtps_udp",
                                "-f", filter, "-T", "fields", "-e", field, "-a", "duration:60"});
-    for (int i = 0; i < 1500 && capture->errors().find("Capturing on") == std::string::npos; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    EXPECT_NE(capture->errors().find("Capturing on"), std::string::npos) << capture->errors();
+    EXPECT_TRUE(capture->waitForErrors("Capturing on", 30)) << capture->errors();
     return capture;
 }
 
@@ -433,7 +370,7 @@ SpoofRun attackedRun(const Lines& subscriberExtra, const Lines& publisherExtra, 
         host, concat(subscriberExtra, {"-index", "0", "-transport", "1", "-timeout", "3"}));
     auto publisher = host.startPing(
         concat(publisherExtra, {"-transport", "1", "-numSamples", "30", "-sendPeriod", "0.1"}));
-    EXPECT_TRUE(waitForOutput(*subscriber, issueLine(5))) << subscriber->output();
+    EXPECT_TRUE(subscriber->waitForOutput(issueLine(5), GENEROUS)) << subscriber->output();
     std::this_thread::sleep_for(std::chrono::milliseconds(200));  // the capture catches up
     attack(host, splitLines(capture->output()), subscriber->output());
     expectEnded(*publisher);

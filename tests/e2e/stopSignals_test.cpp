@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/e2e/support/private_host.h"
@@ -34,25 +33,21 @@ size_t occurrences(const std::string& text, const std::string& what) {
     return n;
 }
 
-// Waits until the process has printed `what` `times` times; the moment it saw so, or nothing
-// when the process ended or GENEROUS seconds passed first.
-bool waitForOutput(Process& process, const std::string& what, size_t times = 1,
-                   Clock::time_point* seen = nullptr) {
-    auto deadline = Clock::now() + std::chrono::duration<double>(GENEROUS);
-    while (Clock::now() < deadline) {
-        bool alive = process.running();
-        if (occurrences(process.output(), what) >= times) {
+// Waits until the process has printed `what` `times` times, looking every 2 ms; the moment it
+// saw so, or nothing when the process ended or GENEROUS seconds passed first.
+bool waitForPrinted(Process& process, const std::string& what, size_t times = 1,
+                    Clock::time_point* seen = nullptr) {
+    return process.waitUntil(
+        [&] {
+            if (occurrences(process.output(), what) < times) {
+                return false;
+            }
             if (seen != nullptr) {
                 *seen = Clock::now();
             }
             return true;
-        }
-        if (!alive) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return false;
+        },
+        GENEROUS, std::chrono::milliseconds(2));
 }
 
 double secondsBetween(Clock::time_point from, Clock::time_point to) {
@@ -72,27 +67,27 @@ void expectStoppedCleanly(Process& process, const char* who) {
 TEST(StopSignals, CtrlCLeavesAtOnceWhereSigkillWaitsForTheLease) {
     PrivateHost host;
     auto subscriber = host.startPing({"-subscriber"});
-    ASSERT_TRUE(waitForOutput(*subscriber, LISTENING)) << subscriber->output();
+    ASSERT_TRUE(waitForPrinted(*subscriber, LISTENING)) << subscriber->output();
 
     auto stopped = host.startPing({"-verbosity", "2"});
-    ASSERT_TRUE(waitForOutput(*subscriber, "qorddsping, issue received: 0000001"))
+    ASSERT_TRUE(waitForPrinted(*subscriber, "qorddsping, issue received: 0000001"))
         << subscriber->output();
     Clock::time_point interrupted = Clock::now();
     stopped->signal(SIGINT);
     Clock::time_point loopEnded, lossSeen;
-    EXPECT_TRUE(waitForOutput(*stopped, SAMPLE_RELEASED, 1, &loopEnded)) << stopped->output();
-    EXPECT_TRUE(waitForOutput(*subscriber, LOST, 1, &lossSeen)) << subscriber->output();
+    EXPECT_TRUE(waitForPrinted(*stopped, SAMPLE_RELEASED, 1, &loopEnded)) << stopped->output();
+    EXPECT_TRUE(waitForPrinted(*subscriber, LOST, 1, &lossSeen)) << subscriber->output();
     expectStoppedCleanly(*stopped, "publisher stopped with SIGINT");
     Clock::time_point publisherGone = Clock::now();
 
     auto killed = host.startPing({});
-    ASSERT_TRUE(waitForOutput(*subscriber, FOUND, 2)) << subscriber->output();
-    ASSERT_TRUE(waitForOutput(*killed, "Found 1 additional ping subscriber(s)."))
+    ASSERT_TRUE(waitForPrinted(*subscriber, FOUND, 2)) << subscriber->output();
+    ASSERT_TRUE(waitForPrinted(*killed, "Found 1 additional ping subscriber(s)."))
         << killed->output();
     Clock::time_point killedAt = Clock::now();
     killed->signal(SIGKILL);
     Clock::time_point leaseExpired;
-    EXPECT_TRUE(waitForOutput(*subscriber, LOST, 2, &leaseExpired)) << subscriber->output();
+    EXPECT_TRUE(waitForPrinted(*subscriber, LOST, 2, &leaseExpired)) << subscriber->output();
 
     Clock::time_point terminated = Clock::now();
     subscriber->signal(SIGTERM);
@@ -116,10 +111,10 @@ TEST(StopSignals, CtrlCLeavesAtOnceWhereSigkillWaitsForTheLease) {
 TEST(StopSignals, SecondCtrlCEndsTheTeardownAtOnce) {
     PrivateHost host;
     auto publisher = host.startPing({"-verbosity", "2"});
-    ASSERT_TRUE(waitForOutput(*publisher, "Sending data...   value: 0000000 "))
+    ASSERT_TRUE(waitForPrinted(*publisher, "Sending data...   value: 0000000 "))
         << publisher->output();
     publisher->signal(SIGINT);
-    ASSERT_TRUE(waitForOutput(*publisher, SAMPLE_RELEASED)) << publisher->output();
+    ASSERT_TRUE(waitForPrinted(*publisher, SAMPLE_RELEASED)) << publisher->output();
     Clock::time_point second = Clock::now();
     publisher->signal(SIGINT);
     ASSERT_TRUE(publisher->wait(GENEROUS)) << publisher->output();
@@ -134,7 +129,7 @@ TEST(StopSignals, InheritedIgnoredCtrlCStaysIgnored) {
     PrivateHost host;
     auto subscriber =
         host.start({"sh", "-c", "trap '' INT; exec \"$0\" -subscriber", QOR_PING_BINARY});
-    ASSERT_TRUE(waitForOutput(*subscriber, LISTENING)) << subscriber->output();
+    ASSERT_TRUE(waitForPrinted(*subscriber, LISTENING)) << subscriber->output();
     subscriber->signal(SIGINT);
     subscriber->signal(SIGTERM);
     expectStoppedCleanly(*subscriber, "subscriber ignoring SIGINT");

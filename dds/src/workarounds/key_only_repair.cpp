@@ -1,5 +1,6 @@
 #include "workarounds/key_only_repair.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <map>
@@ -16,15 +17,10 @@ namespace qordds {
 
 namespace {
 
-// RTPS 2.x submessages, flags and parameter ids used here.
+// RTPS 2.x submessages and parameter ids used here, besides those of the header.
 const uint8_t kInfoSrc = 0x0c;
-const uint8_t kData = 0x15;
 const uint8_t kPad = 0x01;
 const uint8_t kInfoTs = 0x09;
-const uint8_t kEndiannessFlag = 0x01;
-const uint8_t kInlineQosFlag = 0x02;
-const uint8_t kDataFlag = 0x04;
-const uint8_t kKeyFlag = 0x08;
 const uint16_t kPidSentinel = 0x0001;
 const uint16_t kPidKeyHash = 0x0070;
 const size_t kHeaderSize = 20;
@@ -54,9 +50,10 @@ std::vector<unsigned char> repaired_data(const std::vector<unsigned char>& m, si
                                          size_t end, const unsigned char prefix[12],
                                          const KeyHasher& hasher) {
     uint8_t flags = m[start + 1];
-    bool little = (flags & kEndiannessFlag) != 0;
+    bool little = (flags & kRtpsEndiannessFlag) != 0;
     size_t body = start + 4;
-    if ((flags & kKeyFlag) == 0 || (flags & kDataFlag) != 0 || end - body < kDataFixedPart) {
+    if ((flags & kRtpsKeyFlag) == 0 || (flags & kRtpsDataFlag) != 0 ||
+        end - body < kDataFixedPart) {
         return {};
     }
     size_t qos = body + 4 + read16(&m[body + 2], little);
@@ -65,7 +62,7 @@ std::vector<unsigned char> repaired_data(const std::vector<unsigned char>& m, si
     }
     std::vector<unsigned char> kept_parameters;
     size_t payload = qos;
-    if ((flags & kInlineQosFlag) != 0) {
+    if ((flags & kRtpsInlineQosFlag) != 0) {
         for (;;) {
             if (payload + 4 > end) {
                 return {};
@@ -96,8 +93,8 @@ std::vector<unsigned char> repaired_data(const std::vector<unsigned char>& m, si
     }
 
     std::vector<unsigned char> out;
-    out.push_back(kData);
-    out.push_back(static_cast<uint8_t>((flags & kEndiannessFlag) | kInlineQosFlag));
+    out.push_back(kRtpsData);
+    out.push_back(static_cast<uint8_t>((flags & kRtpsEndiannessFlag) | kRtpsInlineQosFlag));
     append16(out, 0, little);                             // octets to next header, set below
     out.insert(out.end(), at(m, body), at(m, body + 2));  // extra flags
     append16(out, 16, little);
@@ -181,7 +178,8 @@ class KeyOnlyRepairTransport : public fr::ChainingTransport {
     // A cheap look for a DATA submessage id with the key flag, before copying anything.
     static bool might_need_repair(const unsigned char* buffer, uint32_t size) {
         for (uint32_t i = kHeaderSize; i + 1 < size; ++i) {
-            if (buffer[i] == kData && (buffer[i + 1] & (kKeyFlag | kDataFlag)) == kKeyFlag) {
+            if (buffer[i] == kRtpsData &&
+                (buffer[i + 1] & (kRtpsKeyFlag | kRtpsDataFlag)) == kRtpsKeyFlag) {
                 return true;
             }
         }
@@ -239,6 +237,23 @@ KeyHasher tracked_writers_hasher() {
     };
 }
 
+bool walk_submessages(const std::vector<unsigned char>& message,
+                      const std::function<void(const RtpsSubmessage&)>& visit, size_t& rest) {
+    rest = std::min(kHeaderSize, message.size());
+    while (rest + 4 <= message.size()) {
+        RtpsSubmessage submessage{message[rest], message[rest + 1], rest, 0};
+        uint16_t length = read16(&message[rest + 2], submessage.little());
+        bool to_the_end = length == 0 && submessage.id != kPad && submessage.id != kInfoTs;
+        submessage.end = to_the_end ? message.size() : rest + 4 + length;
+        if (submessage.end > message.size()) {
+            return false;
+        }
+        visit(submessage);
+        rest = submessage.end;
+    }
+    return true;
+}
+
 bool repair_key_only_data(std::vector<unsigned char>& message, const KeyHasher& hasher) {
     if (message.size() < kHeaderSize || std::memcmp(message.data(), "RTPS", 4) != 0) {
         return false;
@@ -247,32 +262,31 @@ bool repair_key_only_data(std::vector<unsigned char>& message, const KeyHasher& 
     std::memcpy(prefix, &message[8], 12);
     std::vector<unsigned char> out(message.begin(), message.begin() + kHeaderSize);
     bool changed = false;
-    size_t position = kHeaderSize;
-    while (position + 4 <= message.size()) {
-        uint8_t id = message[position];
-        bool little = (message[position + 1] & kEndiannessFlag) != 0;
-        uint16_t length = read16(&message[position + 2], little);
-        size_t body = position + 4;
-        size_t end = length == 0 && id != kPad && id != kInfoTs ? message.size() : body + length;
-        if (end > message.size()) {
-            return false;
-        }
-        if (id == kInfoSrc && end - body >= 20) {
-            std::memcpy(prefix, &message[body + 8], 12);
-        }
-        std::vector<unsigned char> replacement;
-        if (id == kData) {
-            replacement = repaired_data(message, position, end, prefix, hasher);
-        }
-        if (replacement.empty()) {
-            out.insert(out.end(), at(message, position), at(message, end));
-        } else {
-            out.insert(out.end(), replacement.begin(), replacement.end());
-            changed = true;
-        }
-        position = end;
+    size_t rest = kHeaderSize;
+    bool whole = walk_submessages(
+        message,
+        [&](const RtpsSubmessage& submessage) {
+            size_t body = submessage.start + 4;
+            if (submessage.id == kInfoSrc && submessage.end - body >= 20) {
+                std::memcpy(prefix, &message[body + 8], 12);
+            }
+            std::vector<unsigned char> replacement;
+            if (submessage.id == kRtpsData) {
+                replacement =
+                    repaired_data(message, submessage.start, submessage.end, prefix, hasher);
+            }
+            if (replacement.empty()) {
+                out.insert(out.end(), at(message, submessage.start), at(message, submessage.end));
+            } else {
+                out.insert(out.end(), replacement.begin(), replacement.end());
+                changed = true;
+            }
+        },
+        rest);
+    if (!whole) {
+        return false;
     }
-    out.insert(out.end(), at(message, position), message.end());
+    out.insert(out.end(), at(message, rest), message.end());
     if (changed) {
         message.swap(out);
     }

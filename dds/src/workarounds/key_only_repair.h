@@ -14,6 +14,7 @@
 #ifndef QOR_DDS_SRC_KEY_ONLY_REPAIR_H
 #define QOR_DDS_SRC_KEY_ONLY_REPAIR_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -37,6 +38,31 @@ void untrack_keyed_writer(const DDS_InstanceHandle_t& writer);
 typedef std::function<bool(const unsigned char writer_guid[16], const unsigned char* key,
                            uint32_t length, unsigned char hash[16])>
     KeyHasher;
+
+// RTPS 2.x submessage ids and DATA flags that the repair reads.
+const uint8_t kRtpsData = 0x15;
+const uint8_t kRtpsEndiannessFlag = 0x01;
+const uint8_t kRtpsInlineQosFlag = 0x02;
+const uint8_t kRtpsDataFlag = 0x04;
+const uint8_t kRtpsKeyFlag = 0x08;
+
+// One submessage of an RTPS message: its id and flags, where its header starts and where it
+// ends in the message (its body starts 4 bytes after its header).
+struct RtpsSubmessage {
+    uint8_t id;
+    uint8_t flags;
+    size_t start;
+    size_t end;
+    bool little() const { return (flags & kRtpsEndiannessFlag) != 0; }
+};
+
+// Hands each submessage after the message header to `visit`, in order, delimited as a receiver
+// delimits them: a length of 0 on a submessage other than PAD and INFO_TS reaches to the end
+// of the message. Returns false, after the submessages before it, at one that reaches past the
+// end. `rest` is set to the end of the last submessage handed over (or of the header): fewer
+// than 4 bytes follow it when the walk returns true.
+bool walk_submessages(const std::vector<unsigned char>& message,
+                      const std::function<void(const RtpsSubmessage&)>& visit, size_t& rest);
 
 // Rewrites the key-only DATA submessages of the RTPS message in `message` (see above).
 // Returns true when the message was changed.

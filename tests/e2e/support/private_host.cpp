@@ -142,6 +142,36 @@ std::string Process::errors() const {
     return contentOf(errors_);
 }
 
+bool Process::waitUntil(const std::function<bool()>& done, double seconds,
+                        std::chrono::milliseconds every) {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    for (;;) {
+        // Seen before `done` is asked: once the process has ended its output is complete.
+        bool ended = !running();
+        bool late = std::chrono::steady_clock::now() >= deadline;
+        if (done()) {
+            return true;
+        }
+        if (ended || late) {
+            return false;
+        }
+        std::this_thread::sleep_for(every);
+    }
+}
+
+bool Process::waitForOutput(const std::string& text, double seconds, size_t from) {
+    return waitUntil(
+        [&] {
+            std::string printed = output();
+            return printed.size() > from && printed.find(text, from) != std::string::npos;
+        },
+        seconds);
+}
+
+bool Process::waitForErrors(const std::string& text, double seconds) {
+    return waitUntil([&] { return errors().find(text) != std::string::npos; }, seconds);
+}
+
 // The anchor says "ready" once the private-host runner has set up the namespaces, then only
 // sleeps; its namespaces are this host.
 PrivateHost::PrivateHost()

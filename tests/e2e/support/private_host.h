@@ -15,7 +15,10 @@
 
 #include <sys/types.h>
 
+#include <chrono>
+#include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -44,6 +47,16 @@ class Process {
     // Everything written so far; complete once wait() returned true.
     std::string output() const;
     std::string errors() const;
+
+    // Asks `done` every `every` until it holds, the process has ended or `seconds` have passed,
+    // whichever comes first; `done` is asked once more after the end or the time is seen, so
+    // that what the process printed last counts. True when `done` held.
+    bool waitUntil(const std::function<bool()>& done, double seconds,
+                   std::chrono::milliseconds every = std::chrono::milliseconds(20));
+    // Waits as waitUntil does for `text` in the output, found at byte `from` or later.
+    bool waitForOutput(const std::string& text, double seconds, size_t from = 0);
+    // Waits as waitUntil does for `text` on the error stream.
+    bool waitForErrors(const std::string& text, double seconds);
     pid_t pid() const { return pid_; }
 
   private:
