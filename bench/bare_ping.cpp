@@ -2,8 +2,8 @@
 // samples written on the Fast DDS API directly, with the Fast DDS QoS qorddsping ends up with
 // (best effort, volatile, history depth 1, participant lease 6.5 s announced every 2 s, the
 // writer's deadline at the send period, unlimited reader resources, the partitions "*" gives;
-// a reliable writer's history as qorddsping's send window: KEEP_ALL capped at the depth, with
-// a 50 ms heartbeat) and none of its binding: no disabled creation, no rendezvous, no
+// a reliable writer's KEEP_LAST history with qorddsping's send window in front of it, and a
+// 50 ms heartbeat) and none of its binding: no disabled creation, no rendezvous, no
 // re-announcement, no reader cache. It prints the lines qorddsping prints for a match and for
 // each sample (the publisher the line it prints before each write), so one driver reads both
 // and their output costs the same. The publisher waits for its first match (up to 10 s)
@@ -323,16 +323,15 @@ void configure_common(Qos& qos, const Options& options) {
     qos.resource_limits().max_samples_per_instance = 0;
 }
 
-// The writer offers its send period as deadline. A reliable writer keeps its KEEP_LAST depth
-// as a send window: KEEP_ALL capped at `depth` samples per instance (and in all, unkeyed),
-// with a 50 ms heartbeat period.
+// The writer offers its send period as deadline. A reliable writer has room for `depth`
+// samples per instance (and in all, unkeyed), with a 50 ms heartbeat period; its send window
+// is kept by publish().
 fdds::DataWriterQos writer_qos(const Options& options) {
     fdds::DataWriterQos writer = fdds::DATAWRITER_QOS_DEFAULT;
     configure_common(writer, options);
     writer.deadline().period = duration(options.period);
     if (options.reliable) {
         fdds::ResourceLimitsQosPolicy& limits = writer.resource_limits();
-        writer.history().kind = fdds::KEEP_ALL_HISTORY_QOS;
         limits.max_samples_per_instance = options.depth;
         if (options.keys == 0) {
             limits.max_samples = options.depth;
@@ -368,21 +367,32 @@ int publish(fdds::DomainParticipant& participant, fdds::Topic& topic, const Opti
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     KeyedSample sample;
+    // The tool's send window: once an instance has had `depth` samples written since its
+    // window was last acknowledged, the next write first waits up to 100 ms for that.
+    std::vector<int> window(options.keys == 0 ? 1 : static_cast<size_t>(options.keys), 0);
+    const eprosima::fastrtps::Duration_t max_blocking_time(0, 100000000);
     for (uint32_t number = 0; options.samples == 0 || number < options.samples; ++number) {
         sample.number = static_cast<int32_t>(number);
         if (!options.quiet) {
             std::printf("Sending data...   value: %.7d \n", sample.number);
             std::fflush(stdout);
         }
-        if (options.keys == 0) {
-            // A reliable write that finds the window full may give up early (see the tool's
-            // send window): once more, as the tool does.
-            if (!writer->write(&sample.number) && options.reliable) {
-                writer->write(&sample.number);
+        auto keys = static_cast<uint32_t>(options.keys == 0 ? 1 : options.keys);
+        sample.key = static_cast<int32_t>(number % keys);
+        int& written = window[number % keys];
+        if (options.reliable && options.depth > 0 && written == options.depth) {
+            auto acknowledged = options.keys == 0
+                                    ? writer->wait_for_acknowledgments(max_blocking_time)
+                                    : writer->wait_for_acknowledgments(&sample, fdds::HANDLE_NIL,
+                                                                       max_blocking_time);
+            if (acknowledged == eprosima::fastrtps::types::ReturnCode_t::RETCODE_OK) {
+                written = 0;
             }
+        }
+        written += written < options.depth ? 1 : 0;
+        if (options.keys == 0) {
+            writer->write(&sample.number);
         } else {
-            auto keys = static_cast<uint32_t>(options.keys);
-            sample.key = static_cast<int32_t>(number % keys);
             switch ((number / keys) % 4) {
                 case 1:
                     writer->dispose(&sample, fdds::HANDLE_NIL);
@@ -391,9 +401,7 @@ int publish(fdds::DomainParticipant& participant, fdds::Topic& topic, const Opti
                     writer->unregister_instance(&sample, fdds::HANDLE_NIL);
                     break;
                 default:
-                    if (!writer->write(&sample) && options.reliable) {
-                        writer->write(&sample);
-                    }
+                    writer->write(&sample);
                     break;
             }
         }

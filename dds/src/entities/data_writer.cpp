@@ -191,13 +191,20 @@ DDS_ReturnCode_t checked(const char* context, const fdds::DataWriter* writer, co
 // goes ahead after the wait whatever its outcome (see send_window.h).
 void UntypedDataWriter::wait_for_room(void* sample, const DDS_InstanceHandle_t& handle) {
     DDS_InstanceHandle_t instance = instance_of(sample, handle);
-    if (!window_->full_before(instance)) {
+    if (!window_->full(instance)) {
         return;
     }
-    if (plugin_.instance_to_keyhash == nullptr) {
-        fast_->wait_for_acknowledgments(fast_max_blocking_time_);
+    eprosima::fastrtps::types::ReturnCode_t acknowledged =
+        plugin_.instance_to_keyhash == nullptr
+            ? fast_->wait_for_acknowledgments(fast_max_blocking_time_)
+            : fast_->wait_for_acknowledgments(sample, to_fast(handle), fast_max_blocking_time_);
+    if (acknowledged == eprosima::fastrtps::types::ReturnCode_t::RETCODE_OK) {
+        window_->acknowledged(instance);
     } else {
-        fast_->wait_for_acknowledgments(sample, to_fast(handle), fast_max_blocking_time_);
+        log(LogKind::Warning, "DDSDataWriter::write",
+            "%d samples still unacknowledged after max_blocking_time: writing on, the oldest "
+            "leaves the history, and a reader that has not received it will miss it",
+            window_->depth());
     }
 }
 

@@ -9,10 +9,10 @@
 // then costs the writer samples that every reader would have received, since they were
 // already on their way. So a reliable KEEP_LAST writer stays KEEP_LAST in Fast DDS, and the
 // binding keeps a window of `depth` samples per instance in front of it: once an instance has
-// had `depth` samples written since the writer last waited, the next write first waits, up
-// to max_blocking_time, until all of them are acknowledged, and then writes in any case,
-// dropping the oldest as KEEP_LAST does. A burst thus runs at the pace of its readers, and a
-// write never fails because a reader lags.
+// had `depth` samples written since its window was last acknowledged, the next write first
+// waits, up to max_blocking_time, until all of them are acknowledged, and then writes in any
+// case, dropping the oldest as KEEP_LAST does. A burst thus runs at the pace of its readers,
+// and a write never fails because a reader lags.
 //
 // Writers configured KEEP_ALL keep Fast DDS's own wait. When the acknowledgements empty a
 // VOLATILE writer's history while it waits, Fast DDS 2.9 wakes up, finds no sample left to
@@ -32,29 +32,42 @@
 
 namespace qordds {
 
-// Counts the samples written to each instance since the writer last waited for it.
+// Counts the samples written to each instance since its window was last acknowledged.
 class SendWindow {
   public:
     explicit SendWindow(int32_t depth) : depth_(depth) {}
 
-    // Counts one more sample of `instance`. True when `depth` samples were counted before it:
-    // the writer is to wait for their acknowledgement before it writes this one, which then
-    // opens a new window.
-    bool full_before(const DDS_InstanceHandle_t& instance) {
-        Key key;
-        std::memcpy(key.data(), instance.value, key.size());
+    // True when `instance` already has `depth` samples in its window: the writer is to wait
+    // for their acknowledgement before it writes the next one. Otherwise counts that one in.
+    bool full(const DDS_InstanceHandle_t& instance) {
         std::lock_guard<std::mutex> lock(mutex_);
-        int32_t& written = written_[key];
+        int32_t& written = written_[key_of(instance)];
         if (written < depth_) {
             ++written;
             return false;
         }
-        written = 1;
         return true;
     }
 
+    // The full window of `instance` was acknowledged: the sample now written opens a new one.
+    // A wait that timed out leaves the window full, so each write after it waits again: a
+    // reader that has stopped slows the writer to one sample per max_blocking_time, as
+    // KEEP_ALL would, but each of those samples is written.
+    void acknowledged(const DDS_InstanceHandle_t& instance) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        written_[key_of(instance)] = 1;
+    }
+
+    int32_t depth() const { return depth_; }
+
   private:
     using Key = std::array<unsigned char, sizeof(DDS_InstanceHandle_t::value)>;
+
+    static Key key_of(const DDS_InstanceHandle_t& instance) {
+        Key key;
+        std::memcpy(key.data(), instance.value, key.size());
+        return key;
+    }
 
     const int32_t depth_;
     std::mutex mutex_;
