@@ -4,6 +4,7 @@
 #include <ctime>
 #include <exception>
 
+#include <fastdds/dds/core/UserAllocatedSequence.hpp>
 #include <fastdds/dds/subscriber/DataReaderListener.hpp>
 #include <fastdds/dds/subscriber/SampleInfo.hpp>
 
@@ -19,6 +20,14 @@ namespace fdds = eprosima::fastdds::dds;
 namespace qordds {
 
 namespace {
+
+// Samples taken from Fast DDS per call at most, unless its reader gives fewer.
+const int32_t kDrainLimit = 32;
+
+int32_t drain_limit(const fdds::DataReader& fast) {
+    return std::max(
+        1, std::min(kDrainLimit, fast.get_qos().reader_resource_limits().max_samples_per_read));
+}
 
 ReaderCacheSettings cache_settings(const DDSTypePlugin& plugin, const DDS_DataReaderQos& qos) {
     ReaderCacheSettings settings;
@@ -47,6 +56,36 @@ DDS_Time_t now() {
 }
 
 }  // namespace
+
+// Fast DDS walks its instances from the first on every take, past the changes it cannot hand
+// out yet, so the reader takes as many samples per call as Fast DDS gives: the samples are
+// deserialized straight into the binding's own, created ahead and kept from one drain to the next.
+struct UntypedDataReader::DrainBuffers {
+    explicit DrainBuffers(int32_t size)
+        : samples(static_cast<size_t>(size), nullptr), infos(size) {}
+
+    // Creates the samples missing; false when out of memory.
+    bool fill(const DDSTypePlugin& plugin) {
+        for (void*& sample : samples) {
+            if (sample == nullptr && (sample = plugin.create_sample()) == nullptr) {
+                return false;
+            }
+        }
+        return true;
+    }
+    int32_t size() const { return static_cast<int32_t>(samples.size()); }
+    void destroy(const DDSTypePlugin& plugin) {
+        for (void*& sample : samples) {
+            if (sample != nullptr) {
+                plugin.destroy_sample(sample);
+                sample = nullptr;
+            }
+        }
+    }
+
+    std::vector<void*> samples;
+    fdds::SampleInfoSeq infos;
+};
 
 class UntypedDataReader::Bridge : public fdds::DataReaderListener {
   public:
@@ -155,6 +194,9 @@ UntypedDataReader::UntypedDataReader(DDSTopic* topic, const DDSTypePlugin& plugi
 
 UntypedDataReader::~UntypedDataReader() {
     detach();
+    if (drain_buffers_ != nullptr) {
+        drain_buffers_->destroy(plugin_);
+    }
     for (std::unique_ptr<Loan>& loan : loans_) {
         for (void* data : loan->data) {
             if (data != nullptr) {
@@ -224,38 +266,79 @@ void UntypedDataReader::call_listener(DDS_StatusKind kind, Invoke invoke) {
 }
 
 bool UntypedDataReader::drain_from(fdds::DataReader* fast) {
-    for (;;) {
-        void* data = plugin_.create_sample();
-        if (data == nullptr) {
-            log(LogKind::Error, "DDSDataReader", "out of memory for a sample");
-            break;
-        }
-        fdds::SampleInfo info;
-        eprosima::fastrtps::types::ReturnCode_t taken =
-            eprosima::fastrtps::types::ReturnCode_t::RETCODE_ERROR;
-        try {
-            taken = fast->take_next_sample(data, &info);
-        } catch (const std::exception& e) {
-            log(LogKind::Error, "DDSDataReader", "%s", e.what());
-        }
-        if (taken != eprosima::fastrtps::types::ReturnCode_t::RETCODE_OK) {
-            plugin_.destroy_sample(data);
-            break;
-        }
-        note_sample(info.publication_handle);
-        DDS_SampleInfo translated = translate_info(info);
-        DDS_SampleRejectedStatusKind reason = DDS_NOT_REJECTED;
-        ReaderCache::Outcome outcome;
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            outcome = cache_.add(data, translated, &reason);
-        }
-        if (outcome == ReaderCache::Outcome::Rejected) {
-            report_rejected(reason, translated.instance_handle);
-        }
+    std::unique_ptr<DrainBuffers> buffers;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        buffers.swap(drain_buffers_);
+    }
+    int32_t limit = drain_limit(*fast);
+    if (buffers != nullptr && buffers->size() != limit) {
+        buffers->destroy(plugin_);
+        buffers.reset();
+    }
+    if (buffers == nullptr) {
+        buffers.reset(new DrainBuffers(limit));
+    }
+    // Fewer samples than the limit means Fast DDS had no more to give.
+    while (drain_batch(fast, *buffers) == limit) {
     }
     std::lock_guard<std::mutex> lock(mutex_);
+    if (drain_buffers_ == nullptr) {
+        drain_buffers_.swap(buffers);
+    } else {
+        buffers->destroy(plugin_);
+    }
     return cache_.has_unread();
+}
+
+int32_t UntypedDataReader::drain_batch(fdds::DataReader* fast, DrainBuffers& buffers) {
+    if (!buffers.fill(plugin_)) {
+        log(LogKind::Error, "DDSDataReader", "out of memory for a sample");
+        return 0;
+    }
+    fdds::UserAllocatedSequence data(buffers.samples.data(), buffers.size());
+    buffers.infos.length(0);
+    eprosima::fastrtps::types::ReturnCode_t taken =
+        eprosima::fastrtps::types::ReturnCode_t::RETCODE_ERROR;
+    try {
+        taken = fast->take(data, buffers.infos, fdds::LENGTH_UNLIMITED, fdds::NOT_READ_SAMPLE_STATE,
+                           fdds::ANY_VIEW_STATE, fdds::ANY_INSTANCE_STATE);
+    } catch (const std::exception& e) {
+        log(LogKind::Error, "DDSDataReader", "%s", e.what());
+        // What the call had taken goes with it, and any of the samples may be half written.
+        buffers.destroy(plugin_);
+        return 0;
+    }
+    if (taken != eprosima::fastrtps::types::ReturnCode_t::RETCODE_OK) {
+        return 0;
+    }
+    int32_t count = data.length();
+    for (int32_t i = 0; i < count; ++i) {
+        void*& sample = buffers.samples[static_cast<size_t>(i)];
+        add_taken(sample, buffers.infos[i]);
+        sample = nullptr;
+    }
+    // A sample that failed to deserialize may have been left half written in the next slot.
+    if (count < buffers.size()) {
+        void*& next = buffers.samples[static_cast<size_t>(count)];
+        plugin_.destroy_sample(next);
+        next = nullptr;
+    }
+    return count;
+}
+
+void UntypedDataReader::add_taken(void* data, const fdds::SampleInfo& info) {
+    note_sample(info.publication_handle);
+    DDS_SampleInfo translated = translate_info(info);
+    DDS_SampleRejectedStatusKind reason = DDS_NOT_REJECTED;
+    ReaderCache::Outcome outcome;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        outcome = cache_.add(data, translated, &reason);
+    }
+    if (outcome == ReaderCache::Outcome::Rejected) {
+        report_rejected(reason, translated.instance_handle);
+    }
 }
 
 void UntypedDataReader::report_rejected(DDS_SampleRejectedStatusKind reason,

@@ -90,8 +90,13 @@ class UntypedDataReader : public DDSDataReader {
     // being deleted.
     template <class Invoke>
     void call_listener(DDS_StatusKind kind, Invoke invoke);
+    struct DrainBuffers;
     // Moves what the Fast DDS reader holds into the cache; true when unread samples wait.
     bool drain_from(eprosima::fastdds::dds::DataReader* fast);
+    // Takes what Fast DDS gives in one call into the cache; returns how many samples that was.
+    int32_t drain_batch(eprosima::fastdds::dds::DataReader* fast, DrainBuffers& buffers);
+    // Hands one sample taken from Fast DDS to the cache, which owns it from then on.
+    void add_taken(void* data, const eprosima::fastdds::dds::SampleInfo& info);
     void report_rejected(DDS_SampleRejectedStatusKind reason, const DDS_InstanceHandle_t& handle);
     void notify_data_available();
     void apply(const WriterLiveliness::Change& change);
@@ -113,6 +118,8 @@ class UntypedDataReader : public DDSDataReader {
     ReaderCache cache_;
     WriterLiveliness liveliness_;
     std::vector<std::unique_ptr<Loan>> loans_;
+    // Kept between drains while no drain runs, so that its unfilled samples serve the next one.
+    std::unique_ptr<DrainBuffers> drain_buffers_;
     std::vector<DDS_InstanceHandle_t> matched_writers_;
     DDS_SampleRejectedStatus rejected_;
     int32_t matched_peak_ = 0;
