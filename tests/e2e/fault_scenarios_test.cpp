@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,8 +23,10 @@
 namespace {
 
 using qortest::concat;
+using qortest::countStarting;
 using qortest::PrivateNetwork;
 using qortest::Process;
+using qortest::splitLines;
 using Arguments = qortest::Lines;
 
 const double GENEROUS = 60;  // seconds any run may take before it counts as hung
@@ -174,27 +177,6 @@ TEST(FaultScenario, ReliableWithASufficientQueueMissesNothingAtThirtyPercentLoss
     }
 }
 
-// The issues a publisher wrote, from its output: the n-th "Sending data" line is issue n, and a
-// "write error" line after it says that the write gave up.
-std::vector<int> writtenIssues(const std::string& output) {
-    std::vector<int> written;
-    int issue = -1;
-    size_t at = 0;
-    while (at < output.size()) {
-        size_t end = output.find('\n', at);
-        end = end == std::string::npos ? output.size() : end;
-        std::string line = output.substr(at, end - at);
-        if (line.rfind("Sending data", 0) == 0) {
-            written.push_back(++issue);
-        } else if (line.rfind("write error", 0) == 0 && !written.empty() &&
-                   written.back() == issue) {
-            written.pop_back();
-        }
-        at = end + 1;
-    }
-    return written;
-}
-
 // The issue numbers a subscriber printed, in the order printed.
 std::vector<int> receivedIssues(const std::string& output) {
     std::vector<int> received;
@@ -211,7 +193,9 @@ class ReliableBurstLoss : public ::testing::TestWithParam<bool> {};
 // A reliable burst, 30 % of the user traffic lost both ways on the subscriber's link: each
 // repaired loss releases at once what the subscriber received after it, now and then more
 // than a hundred samples (a few times per run here), which the subscriber takes from Fast DDS
-// in several calls. Every issue written arrives, once. Unkeyed, in the order written. Keyed,
+// in several calls. Every issue written arrives, once, but for those the publisher's window
+// had to let go: each wait for acknowledgements that ran out is a warning of the publisher
+// (at -verbosity 2), and lets at most one sample go. Unkeyed, in the order written. Keyed,
 // over 2000 instances each written, disposed and written again (the publisher's cycle,
 // stopped before it unregisters), in the order written per instance, instances changing
 // state in the middle of what arrives at once; across instances, the reader hands out what
@@ -235,37 +219,33 @@ TEST_P(ReliableBurstLoss, EveryIssueArrivesOnce) {
         reliable = concat(reliable, {"-useKeys", std::to_string(keys)});
     }
     auto subscriber = startListening(network, 1, reliable);
-    auto publisher = network.host(0).startPing(concat(
-        reliable, {"-transport", "1", "-numSamples", std::to_string(samples), "-sendPeriod", "0"}));
+    auto publisher = network.host(0).startPing(
+        concat(reliable, {"-transport", "1", "-numSamples", std::to_string(samples), "-sendPeriod",
+                          "0", "-verbosity", "2"}));
     ASSERT_TRUE(publisher->wait(GENEROUS)) << publisher->output();
     stop(*subscriber);
     EXPECT_GT(counted(network, 1, "loss", "dropped"), 0);
-    std::vector<int> expected;
-    for (int issue : writtenIssues(publisher->output())) {
+    const Arguments published = splitLines(publisher->output());
+    ASSERT_EQ(countStarting(published, "Sending data"), static_cast<size_t>(samples));
+    EXPECT_EQ(countStarting(published, "write error"), 0u) << publisher->output();
+    const size_t windowsLetGo = countStarting(published, "WARNING [DDSDataWriter::write]");
+    std::set<int> expected;
+    for (int issue = 0; issue < samples; ++issue) {
         // Keyed, the second third of the issues are disposes, which carry no number.
         if (!keyed || issue / keys != 1) {
-            expected.push_back(issue);
+            expected.insert(issue);
         }
     }
-    // A write that waited longer than max_blocking_time for acknowledgements gave up; most
-    // must have gone through for the burst to mean anything.
-    ASSERT_GE(expected.size(), static_cast<size_t>(keyed ? samples / 3 : samples / 2))
-        << publisher->output();
     std::vector<int> received = receivedIssues(subscriber->output());
-    if (keyed) {
-        // Per instance in the order written: the last issue seen of each key.
-        std::vector<int> last(keys, -1);
-        for (int issue : received) {
-            ASSERT_LT(last[static_cast<size_t>(issue % keys)], issue) << subscriber->output();
-            last[static_cast<size_t>(issue % keys)] = issue;
-        }
-        std::sort(received.begin(), received.end());
+    // In the order written: overall unkeyed, per instance keyed.
+    std::vector<int> last(keyed ? keys : 1, -1);
+    for (int issue : received) {
+        int& before = last[static_cast<size_t>(keyed ? issue % keys : 0)];
+        ASSERT_LT(before, issue) << subscriber->output();
+        ASSERT_EQ(expected.count(issue), 1u) << issue << " was never written";
+        before = issue;
     }
-    for (size_t i = 0; i < std::min(expected.size(), received.size()); ++i) {
-        ASSERT_EQ(expected[i], received[i]) << "issue " << i << " received\n"
-                                            << subscriber->output();
-    }
-    EXPECT_EQ(expected.size(), received.size()) << subscriber->output();
+    EXPECT_LE(expected.size() - received.size(), windowsLetGo) << subscriber->output();
 }
 
 INSTANTIATE_TEST_SUITE_P(FaultScenario, ReliableBurstLoss, ::testing::Values(false, true),
