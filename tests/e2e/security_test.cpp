@@ -40,6 +40,8 @@ const char* const ISSUED = "qorddsping, issue received: ";
 const char* const MISSED = "Detected Missed Sample(s)";
 const char* const SAMPLE_LOST = "DataListener::on_sample_lost !!!!";
 const char* const FOUND_PUBLISHER = "Found 1 additional ping publishers(s).";
+// Fast DDS's warning when a handshake brings a certificate that the local CA did not sign.
+const char* const REFUSED = "WARNING [SECURITY] Error verifying certificate";
 // The secured subscriber's user-traffic port over UDPv4 with -index 0 in domain 0.
 const char* const SUBSCRIBER_PORT = "7411";
 
@@ -111,6 +113,27 @@ bool waitForOutput(Process& process, const std::string& text) {
     return process.output().find(text) != std::string::npos;
 }
 
+// Waits, a minute at most, until the process has printed `text` `count` times; false when it
+// ended first.
+bool waitForCount(Process& process, const std::string& text, size_t count) {
+    auto seen = [&] {
+        size_t found = 0;
+        const std::string output = process.output();
+        for (size_t at = output.find(text); at != std::string::npos;
+             at = output.find(text, at + text.size())) {
+            ++found;
+        }
+        return found >= count;
+    };
+    for (int i = 0; i < 3000 && process.running(); ++i) {
+        if (seen()) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return seen();
+}
+
 std::unique_ptr<Process> startListening(PrivateHost& host, const Lines& arguments) {
     auto subscriber = host.startPing(concat({"-subscriber"}, arguments));
     EXPECT_TRUE(waitForOutput(*subscriber, LISTENING)) << subscriber->output();
@@ -122,6 +145,12 @@ void expectEnded(Process& process) {
     ASSERT_TRUE(process.wait(GENEROUS)) << process.output();
     EXPECT_EQ(process.exitStatus(), 1) << process.output() << process.errors();
     EXPECT_EQ(process.errors(), "");
+}
+
+// Stops a process that runs until it is told to: one SIGINT, then it ends as by itself.
+void stop(Process& process) {
+    process.signal(SIGINT);
+    expectEnded(process);
 }
 
 // tshark on the host's loopback, printing `field` of each packet that `filter` takes, one
@@ -298,16 +327,20 @@ TEST_F(SecureDomain, TwoSecuredToolsExchangeEveryIssue) {
 }
 
 // A secured subscriber and an unsecured publisher never match; at -verbosity 4 each says why,
-// the subscriber naming the publisher by its GUID prefix (application id 0xabcd in its last
-// four bytes) and participant name.
+// once, the subscriber naming the publisher by its GUID prefix (application id 0xabcd in its
+// last four bytes) and participant name. Both run until both have said it and the publisher
+// has sent five issues more, then are stopped: a subscriber that ended on its own timeout
+// could end before the participants had discovered each other on a loaded machine.
 TEST_F(SecureDomain, AnUnsecuredPublisherNeverMatchesAndTheSubscriberNamesIt) {
     PrivateHost host;
-    auto subscriber =
-        startListening(host, concat(secured("Bob"), {"-timeout", "3", "-verbosity", "4"}));
-    auto publisher = host.startPing(
-        {"-numSamples", "5", "-sendPeriod", "0.2", "-appId", "43981", "-verbosity", "4"});
-    expectEnded(*publisher);
-    expectEnded(*subscriber);
+    auto subscriber = startListening(host, concat(secured("Bob"), {"-verbosity", "4"}));
+    auto publisher = host.startPing({"-sendPeriod", "0.2", "-appId", "43981", "-verbosity", "4"});
+    EXPECT_TRUE(waitForOutput(*subscriber, "INFO [DDS Security] ")) << subscriber->output();
+    EXPECT_TRUE(waitForOutput(*publisher, "INFO [DDS Security] ")) << publisher->output();
+    size_t sent = starting(splitLines(publisher->output()), "Sending data...").size();
+    EXPECT_TRUE(waitForCount(*publisher, "Sending data...", sent + 5)) << publisher->output();
+    stop(*publisher);
+    stop(*subscriber);
     Lines received = body(subscriber->output());
     EXPECT_EQ(starting(received, ISSUED), Lines{}) << joined(received);
     EXPECT_EQ(starting(received, "Found "), Lines{}) << joined(received);
@@ -318,8 +351,6 @@ TEST_F(SecureDomain, AnUnsecuredPublisherNeverMatchesAndTheSubscriberNamesIt) {
                               "([0-9a-f]{2}\\.){8}00\\.00\\.ab\\.cd \"QOR DDS Ping\" at [^ ]+ "
                               "does not use DDS Security \\(no identity token\\)")))
         << failed[0];
-    // At verbosity 4 the loss of the peer may follow it.
-    EXPECT_EQ(starting(received, "Timeout!"), Lines{timeoutLine(3)});
 
     Lines published = body(publisher->output());
     Lines told = starting(published, "INFO [DDS Security] ");
@@ -333,15 +364,23 @@ TEST_F(SecureDomain, AnUnsecuredPublisherNeverMatchesAndTheSubscriberNamesIt) {
 }
 
 // An identity that the domain's CA did not sign fails the handshake: no match, and the
-// subscriber names the peer.
+// subscriber names the peer, once, however often the peer repeats the handshake. The peer
+// begins it (its GUID prefix, made from its certificate's subject, is the lower) and Fast DDS
+// repeats a handshake message that gets no answer about once a second, more than once when
+// the first are lost on a loaded machine. So the publisher runs, and the subscriber with
+// it, until the subscriber has told the refusal and refused the peer three times (Fast DDS's
+// "Error verifying certificate" warning, shown at -verbosity 4, comes with each refusal,
+// before the callback that tells it, and the refusals are handled one after the other: the
+// third warning thus comes after the second refusal was told or left untold); both are then
+// stopped.
 TEST_F(SecureDomain, AnIdentityOfAnotherCaIsRefusedTheSameWay) {
     PrivateHost host;
-    auto subscriber =
-        startListening(host, concat(secured("Bob"), {"-timeout", "3", "-verbosity", "4"}));
-    auto publisher =
-        host.startPing(concat(secured("Mallory"), {"-numSamples", "5", "-sendPeriod", "0.2"}));
-    expectEnded(*publisher);
-    expectEnded(*subscriber);
+    auto subscriber = startListening(host, concat(secured("Bob"), {"-verbosity", "4"}));
+    auto publisher = host.startPing(concat(secured("Mallory"), {"-sendPeriod", "0.2"}));
+    EXPECT_TRUE(waitForOutput(*subscriber, "INFO [DDS Security] ")) << subscriber->output();
+    EXPECT_TRUE(waitForCount(*subscriber, REFUSED, 3)) << subscriber->output();
+    stop(*publisher);
+    stop(*subscriber);
     Lines received = body(subscriber->output());
     EXPECT_EQ(starting(received, ISSUED), Lines{}) << joined(received);
     EXPECT_EQ(starting(received, "Found "), Lines{}) << joined(received);
@@ -352,8 +391,6 @@ TEST_F(SecureDomain, AnIdentityOfAnotherCaIsRefusedTheSameWay) {
                               "([0-9a-f]{2}\\.){11}[0-9a-f]{2} \"mallory\" at [^ ]+: the "
                               "handshake failed \\(.*\\)")))
         << failed[0];
-    // Fast DDS's warnings of the failed handshakes may come after it.
-    EXPECT_EQ(starting(received, "Timeout!"), Lines{timeoutLine(3)});
     EXPECT_EQ(starting(body(publisher->output()), "Found "), Lines{});
 }
 
