@@ -466,8 +466,8 @@ TEST_F(SecureDomain, ACaptureShowsNoPlaintextIssueNumbers) {
 
 // A publisher of 30 issues every 0.1 s and a subscriber (-index 0, so on SUBSCRIBER_PORT),
 // both over UDPv4 only, with `identity` added to each; a capture of what reaches the
-// subscriber's port. After issue 5 has arrived, `attack` runs with the capture so far. The
-// subscriber is stopped once it has told the publisher's loss.
+// subscriber's port. After issue 5 has arrived, `attack` runs with the capture, still going.
+// The subscriber is stopped once it has told the publisher's loss.
 struct SpoofRun {
     Lines subscriber;
 };
@@ -481,8 +481,7 @@ SpoofRun attackedRun(const Lines& subscriberExtra, const Lines& publisherExtra, 
     auto publisher = host.startPing(
         concat(publisherExtra, {"-transport", "1", "-numSamples", "30", "-sendPeriod", "0.1"}));
     EXPECT_TRUE(waitForOutput(*subscriber, issueLine(5))) << subscriber->output();
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));  // the capture catches up
-    attack(host, splitLines(capture->output()), subscriber->output());
+    attack(host, *capture, subscriber->output());
     expectEnded(*publisher);
     stopAfterItsPublisher(*subscriber);
     stopCapture(*capture);
@@ -502,10 +501,20 @@ void send(PrivateHost& host, const Lines& datagrams) {
 TEST_F(SecureDomain, ASpoofedDataThatStopsAnUnsecuredSubscriberChangesNothingOnASecuredOne) {
     std::string captured;
     SpoofRun open =
-        attackedRun({}, {}, [&](PrivateHost& host, const Lines& packets, const std::string&) {
-            for (const std::string& packet : packets) {
-                if (captured.empty() && carriesData(packet)) {
-                    captured = packet;
+        attackedRun({}, {}, [&](PrivateHost& host, Process& capture, const std::string&) {
+            // tshark prints what it captured some time after: on a loaded machine, more than
+            // 200 ms after issue 5 had arrived. So wait for the first whole line with a DATA.
+            Lines packets;
+            for (int i = 0; i < 3000 && captured.empty(); ++i) {
+                std::string text = capture.output();
+                packets = splitLines(text.substr(0, text.rfind('\n') + 1));
+                for (const std::string& packet : packets) {
+                    if (captured.empty() && carriesData(packet)) {
+                        captured = packet;
+                    }
+                }
+                if (captured.empty()) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(20));
                 }
             }
             ASSERT_FALSE(captured.empty()) << joined(packets);
@@ -527,7 +536,7 @@ TEST_F(SecureDomain, ASpoofedDataThatStopsAnUnsecuredSubscriberChangesNothingOnA
 
     SpoofRun secure =
         attackedRun(concat(secured("Bob"), {"-verbosity", "4"}), secured("Alice"),
-                    [&](PrivateHost& host, const Lines&, const std::string& output) {
+                    [&](PrivateHost& host, Process&, const std::string& output) {
                         std::smatch found;
                         std::regex authenticated(
                             "participant ([0-9a-f.]{35}) \"alice\" at [^ ]+ authenticated");
