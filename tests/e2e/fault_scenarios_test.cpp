@@ -51,6 +51,20 @@ void nft(PrivateNetwork& network, int host, const std::string& script) {
     network.run(host, {"nft", script});
 }
 
+// Drops 30 % of the user traffic both ways on `host`'s link (data, heartbeats,
+// acknowledgements), counted in the table "loss", counter "dropped".
+void loseThirtyPercentBothWays(PrivateNetwork& network, int host) {
+    nft(network, host,
+        std::string("add table inet loss; add counter inet loss dropped; "
+                    "add chain inet loss in { type filter hook input priority 0; }; "
+                    "add chain inet loss out { type filter hook output priority 0; }; "
+                    "add rule inet loss in iifname eth0 udp dport ") +
+            USER_PORT +
+            " numgen random mod 100 < 30 counter name dropped drop; "
+            "add rule inet loss out oifname eth0 udp dport " +
+            USER_PORT + " numgen random mod 100 < 30 counter name dropped drop");
+}
+
 // The packets a named nftables counter of table inet `table` has seen on a host.
 long counted(PrivateNetwork& network, int host, const std::string& table,
              const std::string& counter) {
@@ -153,15 +167,7 @@ INSTANTIATE_TEST_SUITE_P(FaultScenario, BestEffortLoss, ::testing::Values(5, 30)
 // counted missed, no write gives up.
 TEST(FaultScenario, ReliableWithASufficientQueueMissesNothingAtThirtyPercentLoss) {
     PrivateNetwork network(2);
-    nft(network, 1,
-        std::string("add table inet loss; add counter inet loss dropped; "
-                    "add chain inet loss in { type filter hook input priority 0; }; "
-                    "add chain inet loss out { type filter hook output priority 0; }; "
-                    "add rule inet loss in iifname eth0 udp dport ") +
-            USER_PORT +
-            " numgen random mod 100 < 30 counter name dropped drop; "
-            "add rule inet loss out oifname eth0 udp dport " +
-            USER_PORT + " numgen random mod 100 < 30 counter name dropped drop");
+    loseThirtyPercentBothWays(network, 1);
     const Arguments reliable = {"-reliable", "-queueSize", "100"};
     auto subscriber = startListening(network, 1, reliable);
     auto publisher = network.host(0).startPing(
@@ -205,15 +211,7 @@ TEST_P(ReliableBurstLoss, EveryIssueArrivesOnce) {
     const int keys = 2000;
     const int samples = keyed ? 3 * keys : 10000;
     PrivateNetwork network(2);
-    nft(network, 1,
-        std::string("add table inet loss; add counter inet loss dropped; "
-                    "add chain inet loss in { type filter hook input priority 0; }; "
-                    "add chain inet loss out { type filter hook output priority 0; }; "
-                    "add rule inet loss in iifname eth0 udp dport ") +
-            USER_PORT +
-            " numgen random mod 100 < 30 counter name dropped drop; "
-            "add rule inet loss out oifname eth0 udp dport " +
-            USER_PORT + " numgen random mod 100 < 30 counter name dropped drop");
+    loseThirtyPercentBothWays(network, 1);
     Arguments reliable = {"-reliable", "-queueSize", "1000"};
     if (keyed) {
         reliable = concat(reliable, {"-useKeys", std::to_string(keys)});

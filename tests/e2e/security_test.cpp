@@ -89,6 +89,18 @@ void stop(Process& process) {
     expectEnded(process);
 }
 
+// Expects a subscriber that never matched: no issue, no "Found" line, and exactly one
+// "INFO [DDS Security] " line, whose rest matches `pattern`.
+void expectOnlyTheRefusal(Process& subscriber, const std::string& pattern) {
+    Lines received = body(subscriber.output());
+    EXPECT_EQ(starting(received, ISSUED), Lines{}) << joined(received);
+    EXPECT_EQ(starting(received, "Found "), Lines{}) << joined(received);
+    Lines failed = starting(received, "INFO [DDS Security] ");
+    ASSERT_EQ(failed.size(), 1u) << joined(received);
+    EXPECT_TRUE(std::regex_match(failed[0], std::regex("INFO \\[DDS Security\\] " + pattern)))
+        << failed[0];
+}
+
 // Stops a subscriber without a timeout once it has told that its publisher, which has ended,
 // is gone. Secured subscribers run without one: their participants must authenticate each
 // other before any issue can arrive, and Fast DDS repeats a lost handshake message only about
@@ -295,16 +307,10 @@ TEST_F(SecureDomain, AnUnsecuredPublisherNeverMatchesAndTheSubscriberNamesIt) {
     EXPECT_TRUE(waitForCount(*publisher, "Sending data...", sent + 5)) << publisher->output();
     stop(*publisher);
     stop(*subscriber);
-    Lines received = body(subscriber->output());
-    EXPECT_EQ(starting(received, ISSUED), Lines{}) << joined(received);
-    EXPECT_EQ(starting(received, "Found "), Lines{}) << joined(received);
-    Lines failed = starting(received, "INFO [DDS Security] ");
-    ASSERT_EQ(failed.size(), 1u) << joined(received);
-    EXPECT_TRUE(std::regex_match(
-        failed[0], std::regex("INFO \\[DDS Security\\] authentication failed: participant "
-                              "([0-9a-f]{2}\\.){8}00\\.00\\.ab\\.cd \"QOR DDS Ping\" at [^ ]+ "
-                              "does not use DDS Security \\(no identity token\\)")))
-        << failed[0];
+    expectOnlyTheRefusal(*subscriber,
+                         "authentication failed: participant ([0-9a-f]{2}\\.){8}00\\.00\\.ab\\.cd "
+                         "\"QOR DDS Ping\" at [^ ]+ does not use DDS Security \\(no identity "
+                         "token\\)");
 
     Lines published = body(publisher->output());
     Lines told = starting(published, "INFO [DDS Security] ");
@@ -336,16 +342,9 @@ TEST_F(SecureDomain, AnIdentityOfAnotherCaIsRefusedTheSameWay) {
     EXPECT_TRUE(waitForCount(*subscriber, REFUSED, 3)) << subscriber->output();
     stop(*publisher);
     stop(*subscriber);
-    Lines received = body(subscriber->output());
-    EXPECT_EQ(starting(received, ISSUED), Lines{}) << joined(received);
-    EXPECT_EQ(starting(received, "Found "), Lines{}) << joined(received);
-    Lines failed = starting(received, "INFO [DDS Security] ");
-    ASSERT_EQ(failed.size(), 1u) << joined(received);
-    EXPECT_TRUE(std::regex_match(
-        failed[0], std::regex("INFO \\[DDS Security\\] authentication failed: participant "
-                              "([0-9a-f]{2}\\.){11}[0-9a-f]{2} \"mallory\" at [^ ]+: the "
-                              "handshake failed \\(.*\\)")))
-        << failed[0];
+    expectOnlyTheRefusal(*subscriber,
+                         "authentication failed: participant ([0-9a-f]{2}\\.){11}[0-9a-f]{2} "
+                         "\"mallory\" at [^ ]+: the handshake failed \\(.*\\)");
     EXPECT_EQ(starting(body(publisher->output()), "Found "), Lines{});
 }
 
